@@ -1,0 +1,222 @@
+// The operating system as this library needs it: plain functions and move-only handles.
+//
+// windows.cpp implements this header for the shipped DLL; the tests link a simulated volume
+// instead, so that every rule of the core runs natively, with any failure injected. There are no
+// virtual calls: the implementation is chosen when the program is linked.
+//
+// Paths are UTF-16 (char16_t), NUL-terminated where a pointer is taken. Errors are system error
+// numbers; 0 is success. Nothing here throws, except std::bad_alloc where a function says so.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/thread_annotations.hpp"
+
+#if !defined(_WIN32)
+#include <mutex>
+#endif
+
+namespace system_search::platform {
+
+using Error = std::uint32_t;
+
+inline constexpr Error kSuccess = 0;
+inline constexpr Error kFileNotFound = 2;
+inline constexpr Error kPathNotFound = 3;
+inline constexpr Error kAccessDenied = 5;
+inline constexpr Error kNotEnoughMemory = 8;
+inline constexpr Error kNoMoreFiles = 18;
+inline constexpr Error kBadNetworkPath = 53;
+inline constexpr Error kNetworkNameDeleted = 64;
+inline constexpr Error kDiskFull = 112;
+inline constexpr Error kInvalidName = 123;
+inline constexpr Error kBadPathName = 161;
+inline constexpr Error kAlreadyExists = 183;
+inline constexpr Error kInvalidDirectory = 267;
+inline constexpr Error kCannotAccessFile = 1920;   // a reparse point that the system cannot open
+inline constexpr Error kCannotResolveName = 1921;  // links that lead in a circle
+
+inline constexpr std::uint32_t kAttributeDirectory = 0x10;
+inline constexpr std::uint32_t kAttributeReparsePoint = 0x400;
+// What attributes() gives when it fails. Every bit is set, the reparse-point bit included.
+inline constexpr std::uint32_t kInvalidAttributes = 0xFFFFFFFF;
+
+inline constexpr std::uint32_t kTagMountPoint = 0xA0000003;
+inline constexpr std::uint32_t kTagSymbolicLink = 0xA000000C;
+
+// ---- Enumerating a folder -----------------------------------------------------------------------
+
+// One child as the enumeration reports it. A caller keeps one and lets every call overwrite it.
+struct Child {
+    std::uint32_t attributes;
+    std::uint32_t reparse_tag;  // means something only with kAttributeReparsePoint
+    // Not 0 when the enumeration did not supply the attributes and asking again failed; the two
+    // fields above then mean nothing.
+    Error type_error;
+    std::uint32_t name_units;
+    char16_t name[260];
+
+    std::u16string_view name_view() const { return {name, name_units}; }
+};
+
+// An open enumeration of one folder's children, "." and ".." left out, in the system's order.
+class Enumeration {
+public:
+    Enumeration() = default;
+    Enumeration(Enumeration&& other) noexcept : handle_(other.handle_) { other.handle_ = nullptr; }
+    Enumeration& operator=(Enumeration&& other) noexcept {
+        void* const taken = other.handle_;
+        other.handle_ = nullptr;
+        close();
+        handle_ = taken;
+        return *this;
+    }
+    ~Enumeration() { close(); }
+
+    // Opens `folder` and reads its first child. kNoMoreFiles: the folder is empty. After any error
+    // the enumeration is closed. Throws std::bad_alloc.
+    Error open(const std::u16string& folder, Child& first);
+    // Reads the next child. kNoMoreFiles: there is none.
+    Error next(Child& child) noexcept;
+    void close() noexcept;
+
+private:
+    void* handle_ = nullptr;  // null: closed
+};
+
+// ---- Asking about a path ------------------------------------------------------------------------
+
+// The attributes of the item itself, links not followed; kInvalidAttributes on any failure.
+std::uint32_t attributes(const char16_t* path) noexcept;
+
+struct Status {
+    std::uint32_t attributes;
+    std::uint32_t reparse_tag;  // 0 unless the attributes carry kAttributeReparsePoint
+};
+
+// The status of what `path` leads to, links followed.
+Error status_following_links(const char16_t* path, Status& out) noexcept;
+
+struct FileInformation {
+    std::uint32_t attributes;
+    std::uint64_t size;        // bytes
+    std::uint64_t last_write;  // 100-nanosecond intervals since 1601-01-01 UTC
+};
+
+// Size and last write time of the item itself, links not followed.
+Error file_information(const char16_t* path, FileInformation& out) noexcept;
+
+// The system's sentence for an error number, UTF-8, without a line end. Throws std::bad_alloc.
+std::string error_message(Error error);
+
+// ---- Drives -------------------------------------------------------------------------------------
+
+inline constexpr std::uint32_t kDriveRemovable = 2;
+inline constexpr std::uint32_t kDriveFixed = 3;
+
+// Fills `buffer` with the NUL-terminated roots of all drives, an empty string behind the last.
+// Returns the units written, the final NUL not counted; 0 on failure; the capacity needed when
+// `capacity_units` is too small.
+std::uint32_t drive_strings(char16_t* buffer, std::uint32_t capacity_units) noexcept;
+std::uint32_t drive_type(const char16_t* root) noexcept;
+
+// ---- Files --------------------------------------------------------------------------------------
+
+// An open file, unbuffered. Other processes may read, write, replace or delete it meanwhile.
+class File {
+public:
+    File() = default;
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    ~File() { close(); }
+
+    Error open_for_reading(const char16_t* path) noexcept;
+    // Opens for writing; an existing file is emptied.
+    Error create(const char16_t* path) noexcept;
+    // Reads up to `bytes`; `got` is 0 only at the end of the file.
+    Error read(void* buffer, std::size_t bytes, std::size_t& got) noexcept;
+    // Writes all of `bytes` or fails.
+    Error write(const void* buffer, std::size_t bytes) noexcept;
+    Error size(std::uint64_t& bytes) noexcept;
+    Error close() noexcept;
+
+private:
+    void* handle_ = nullptr;  // null: closed
+};
+
+Error remove_file(const char16_t* path) noexcept;
+// Moves `source` onto `destination` in one step, replacing it, written through to the disk.
+Error replace_file(const char16_t* source, const char16_t* destination) noexcept;
+// Creates one folder. kAlreadyExists when something of that name is there, folder or not.
+Error create_folder(const char16_t* path) noexcept;
+
+// ---- Threads and time ---------------------------------------------------------------------------
+
+// A plain, non-recursive lock. Not std::mutex: the statically linked runtime allocates that one at
+// its first use, so that locking could fail, and never frees it.
+class SS_CAPABILITY("mutex") Mutex {
+public:
+    Mutex() = default;
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
+
+    void lock() noexcept SS_ACQUIRE();
+    void unlock() noexcept SS_RELEASE();
+
+private:
+#if defined(_WIN32)
+    void* slim_lock_ = nullptr;
+#else
+    std::mutex mutex_;
+#endif
+};
+
+class SS_SCOPED_CAPABILITY MutexLock {
+public:
+    explicit MutexLock(Mutex& mutex) noexcept SS_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+    ~MutexLock() SS_RELEASE() { mutex_.unlock(); }
+    MutexLock(const MutexLock&) = delete;
+    MutexLock& operator=(const MutexLock&) = delete;
+
+private:
+    Mutex& mutex_;
+};
+
+// A thread and the duty to join it. Not std::thread: that one takes a thread-local slot of the
+// process at each load of the library and does not give it back.
+class Thread {
+public:
+    using Body = void (*)(void* argument) noexcept;
+
+    Thread() = default;
+    Thread(const Thread&) = delete;
+    Thread& operator=(const Thread&) = delete;
+    ~Thread();  // ends the process when the thread was not joined
+
+    // Only when not joinable(). Any error means that no thread runs.
+    Error start(Body body, void* argument) noexcept;
+    bool joinable() const noexcept { return handle_ != nullptr; }
+    // Waits for the thread's end. Ends the process when called from the thread itself.
+    void join() noexcept;
+    bool is_current() const noexcept;
+
+private:
+    void* handle_ = nullptr;  // null: not joinable
+    std::uint32_t id_ = 0;
+};
+
+// A buffer of at least `bytes` that belongs to the calling thread, the same one at every call
+// unless it has to grow; freed when the thread ends or the library is unloaded. Null when it
+// cannot be had. Fiber-local storage, not thread_local, which would keep the library loaded for
+// as long as a thread that used it lives, and ends the process when memory is short.
+char* thread_buffer(std::size_t bytes) noexcept;
+
+// Gives back what the library took from the process. Called once, when it is unloaded.
+void detach() noexcept;
+
+std::int64_t monotonic_nanoseconds() noexcept;
+
+}  // namespace system_search::platform
