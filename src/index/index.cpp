@@ -1,0 +1,31 @@
+#include "index/index.hpp"
+
+namespace system_search {
+
+void publish_shard(Index& index, Batch& batch) {
+    if (batch.empty()) return;
+    auto shard = std::make_shared<const Shard>(batch);
+    const auto count = static_cast<std::uint32_t>(shard->size());
+    {
+        platform::MutexLock lock(index.mutex);
+        index.shards.push_back(std::move(shard));
+        index.entry_count += count;
+    }
+    batch.clear();
+}
+
+Snapshot take_snapshot(Index& index) {
+    platform::MutexLock lock(index.mutex);
+    return {index.shards, index.entry_count, index.complete.load()};
+}
+
+std::uint32_t entry_count(Index& index) noexcept {
+    platform::MutexLock lock(index.mutex);
+    return index.entry_count;
+}
+
+const ShardList& published_shards(const Index& index) noexcept SS_NO_THREAD_SAFETY_ANALYSIS {
+    return index.shards;
+}
+
+}  // namespace system_search
