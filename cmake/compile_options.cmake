@@ -1,0 +1,27 @@
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+
+# Linked privately by our own targets, so that neither GoogleTest nor a project that adds this one
+# is held to our warnings.
+add_library(warnings INTERFACE)
+target_compile_options(warnings INTERFACE
+  -Werror -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wundef -Wformat=2
+  -Wcast-qual -Wimplicit-fallthrough
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
+  $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>
+  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
+
+# The sources of the core, without what is particular to one platform. Globbed: a new file in one
+# of these folders is part of the library.
+set(CORE_FOLDERS engine index query listing common)
+list(TRANSFORM CORE_FOLDERS REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/src/\\1/*.cpp"
+  OUTPUT_VARIABLE core_patterns)
+file(GLOB CORE_SOURCES CONFIGURE_DEPENDS ${core_patterns})
+list(FILTER CORE_SOURCES EXCLUDE REGEX "/src/common/attach\\.cpp$")

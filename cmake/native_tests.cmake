@@ -1,0 +1,35 @@
+# tests/FOLDER/*_test.cpp become the program FOLDER_tests, linked with the core and the simulated
+# volume; other sources in the folder are linked in with them.
+include(GoogleTest)
+
+file(GLOB test_files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/*/*_test.cpp)
+list(FILTER test_files EXCLUDE REGEX "/tests/(windows|dll|console)/")
+set(folders)
+foreach(file IN LISTS test_files)
+  cmake_path(GET file PARENT_PATH folder)
+  list(APPEND folders ${folder})
+endforeach()
+list(REMOVE_DUPLICATES folders)
+
+foreach(folder IN LISTS folders)
+  cmake_path(GET folder FILENAME name)
+  if(name STREQUAL simulated)  # its other sources are in the core library
+    file(GLOB sources CONFIGURE_DEPENDS ${folder}/*_test.cpp)
+  else()
+    file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp)
+  endif()
+  add_executable(${name}_tests ${sources})
+  target_link_libraries(${name}_tests PRIVATE core warnings gtest_main)
+  gtest_discover_tests(${name}_tests TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+endforeach()
+
+if(SS_BUILD_FUZZERS)
+  file(GLOB fuzzers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/fuzz/*_fuzz.cpp)
+  foreach(file IN LISTS fuzzers)
+    cmake_path(GET file STEM name)
+    add_executable(${name} ${file})
+    target_link_libraries(${name} PRIVATE core warnings)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  endforeach()
+endif()

@@ -1,0 +1,61 @@
+# Tests of the shipped DLL. tests/windows/*_test.cpp are GoogleTest programs, tests/windows/*.c are
+# programs that return 0 when all is well; both link the import library and run through the
+# emulator. Other *.cpp files there are linked into every GoogleTest program.
+#
+# NAME_test.sh beside NAME_test.cpp runs in its place, with the program as its argument, to prepare
+# what only the Unix side can make (links, typed drives). tests/*/NAME_test.sh without a program is
+# a test of its own. All of them get SS_SOURCE, SS_BIN and SS_WINE.
+set(windows_folder ${PROJECT_SOURCE_DIR}/tests/windows)
+set(test_environment
+  SS_SOURCE=${PROJECT_SOURCE_DIR}
+  SS_BIN=${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
+  SS_WINE=${CMAKE_CROSSCOMPILING_EMULATOR})
+
+function(set_up_windows_test name)
+  set_tests_properties(${name} PROPERTIES
+    TIMEOUT 600 WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
+    ENVIRONMENT "${test_environment}")
+  if(name MATCHES drive)  # they change the drives that the prefix shows
+    set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
+  endif()
+endfunction()
+
+file(GLOB test_files CONFIGURE_DEPENDS ${windows_folder}/*_test.cpp)
+file(GLOB support_files CONFIGURE_DEPENDS ${windows_folder}/*.cpp)
+file(GLOB c_files CONFIGURE_DEPENDS ${windows_folder}/*.c)
+file(GLOB script_files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/*/*_test.sh)
+list(REMOVE_ITEM support_files "" ${test_files})
+
+if(support_files)
+  add_library(windows_test_support STATIC EXCLUDE_FROM_ALL ${support_files})
+  target_link_libraries(windows_test_support PUBLIC system_search gtest PRIVATE warnings)
+endif()
+
+foreach(file IN LISTS test_files c_files)
+  cmake_path(GET file STEM name)
+  cmake_path(GET file EXTENSION extension)
+  add_executable(${name} ${file})
+  target_link_libraries(${name} PRIVATE system_search warnings)
+  target_compile_definitions(${name} PRIVATE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX)
+  target_link_options(${name} PRIVATE -static)
+  if(extension STREQUAL ".cpp")
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${name} PRIVATE $<TARGET_NAME_IF_EXISTS:windows_test_support> gtest_main)
+  endif()
+  set(script ${windows_folder}/${name}.sh)
+  if(script IN_LIST script_files)
+    list(REMOVE_ITEM script_files ${script})
+    add_test(NAME windows.${name} COMMAND bash ${script} $<TARGET_FILE:${name}>)
+  else()
+    add_test(NAME windows.${name} COMMAND ${name})
+  endif()
+  set_up_windows_test(windows.${name})
+endforeach()
+
+foreach(script IN LISTS script_files)
+  cmake_path(GET script STEM name)
+  cmake_path(GET script PARENT_PATH folder)
+  cmake_path(GET folder FILENAME folder)
+  add_test(NAME ${folder}.${name} COMMAND bash ${script})
+  set_up_windows_test(${folder}.${name})
+endforeach()
