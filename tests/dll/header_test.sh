@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# A host may include the header from any C or C++ standard, with any warning an error.
+set -euo pipefail
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+# 20, 20 and 24 bytes, whatever the compiler.
+cat >"$scratch/host.c" <<'C'
+#include "system_search.h"
+typedef char engine_status_size[sizeof(EngineStatus) == 20 ? 1 : -1];
+typedef char query_status_size[sizeof(QueryStatus) == 20 ? 1 : -1];
+typedef char metadata_size[sizeof(ResultMetadata) == 24 ? 1 : -1];
+typedef char metadata_modified[offsetof(ResultMetadata, modified) == 8 ? 1 : -1];
+SystemSearchEngine *make(void);
+SystemSearchEngine *make(void) { return ss_create(); }
+C
+cp "$scratch/host.c" "$scratch/host.cpp"
+
+failed=0
+compile() {
+    "$@" -fsyntax-only -Wall -Wextra -Wpedantic -pedantic-errors -Werror \
+        -I"$SS_SOURCE/include" || { echo "failed: $*"; failed=1; }
+}
+for standard in c89 c99 c11 c17; do
+    for compiler in gcc clang x86_64-w64-mingw32-gcc-posix; do
+        compile "$compiler" -std=$standard "$scratch/host.c"
+    done
+done
+for standard in c++98 c++03 c++11 c++14 c++17 c++20; do
+    for compiler in g++ clang++ x86_64-w64-mingw32-g++-posix; do
+        compile "$compiler" -std=$standard "$scratch/host.cpp"
+    done
+done
+exit $failed
