@@ -53,8 +53,8 @@ inline constexpr std::uint32_t kTagSymbolicLink = 0xA000000C;
 struct Child {
     std::uint32_t attributes;
     std::uint32_t reparse_tag;  // means something only with kAttributeReparsePoint
-    // Not 0 when the enumeration did not supply the attributes and asking again failed; the two
-    // fields above then mean nothing.
+    // Not 0 when the system named the child but not its attributes; the two fields above then mean
+    // nothing.
     Error type_error;
     std::uint32_t name_units;
     char16_t name[260];

@@ -1,0 +1,347 @@
+// The system behind platform.hpp: 64-bit Windows.
+#include <windows.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <new>
+
+#include "platform/platform.hpp"
+
+namespace system_search::platform {
+namespace {
+
+static_assert(sizeof(wchar_t) == sizeof(char16_t));
+static_assert(sizeof(SRWLOCK) == sizeof(void*));
+static_assert(sizeof(Child::name) == sizeof(WIN32_FIND_DATAW::cFileName));
+
+const wchar_t* wide(const char16_t* text) {
+    return reinterpret_cast<const wchar_t*>(text);
+}
+
+Error last_error() {
+    return GetLastError();
+}
+
+Error result_of(BOOL succeeded) {
+    return succeeded ? kSuccess : last_error();
+}
+
+// Handles are kept as null when closed, whatever value the system uses for "none".
+void* handle_or_null(HANDLE handle) {
+    return handle == INVALID_HANDLE_VALUE ? nullptr : handle;
+}
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+std::uint64_t join_halves(DWORD high, DWORD low) {
+    return (std::uint64_t{high} << 32) | low;
+}
+
+}  // namespace
+
+// ---- Enumerating a folder -----------------------------------------------------------------------
+
+namespace {
+
+bool is_dot_or_dotdot(const wchar_t* name) {
+    return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
+}
+
+void fill_child(const WIN32_FIND_DATAW& found, Child& child) {
+    child.attributes = found.dwFileAttributes;
+    child.reparse_tag = found.dwReserved0;
+    child.type_error = found.dwFileAttributes == INVALID_FILE_ATTRIBUTES ? kInvalidName : kSuccess;
+    child.name_units = static_cast<std::uint32_t>(std::wcslen(found.cFileName));
+    std::memcpy(child.name, found.cFileName, child.name_units * sizeof(char16_t));
+}
+
+// Continues behind `found`, which may be "." or "..", to the next real child.
+Error skip_dots(HANDLE search, WIN32_FIND_DATAW& found, Child& child) {
+    while (is_dot_or_dotdot(found.cFileName)) {
+        if (!FindNextFileW(search, &found)) return last_error();
+    }
+    fill_child(found, child);
+    return kSuccess;
+}
+
+}  // namespace
+
+Error Enumeration::open(const std::u16string& folder, Child& first) {
+    close();
+    std::u16string pattern;
+    pattern.reserve(folder.size() + 2);
+    pattern = folder;
+    if (pattern.empty() || (pattern.back() != u'\\' && pattern.back() != u'/')) pattern += u'\\';
+    pattern += u'*';
+
+    WIN32_FIND_DATAW found;
+    // The basic level leaves out the short names, which cost the system a lookup per child.
+    HANDLE const search =
+        FindFirstFileExW(wide(pattern.c_str()), FindExInfoBasic, &found, FindExSearchNameMatch,
+                         nullptr, FIND_FIRST_EX_LARGE_FETCH);
+    if (search == INVALID_HANDLE_VALUE) return last_error();
+    handle_ = search;
+    const Error error = skip_dots(search, found, first);
+    if (error != kSuccess) close();
+    return error;
+}
+
+Error Enumeration::next(Child& child) noexcept {
+    WIN32_FIND_DATAW found;
+    if (!FindNextFileW(handle_, &found)) return last_error();
+    return skip_dots(handle_, found, child);
+}
+
+void Enumeration::close() noexcept {
+    if (handle_ != nullptr) FindClose(handle_);
+    handle_ = nullptr;
+}
+
+// ---- Asking about a path ------------------------------------------------------------------------
+
+std::uint32_t attributes(const char16_t* path) noexcept {
+    static_assert(kInvalidAttributes == INVALID_FILE_ATTRIBUTES);
+    return GetFileAttributesW(wide(path));
+}
+
+Error status_following_links(const char16_t* path, Status& out) noexcept {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(wide(path), GetFileExInfoStandard, &data)) return last_error();
+    out = {data.dwFileAttributes, 0};
+    if ((out.attributes & kAttributeReparsePoint) == 0) return kSuccess;
+
+    // Only opening it follows a link; the flag is what lets a folder be opened at all.
+    HANDLE const target = CreateFileW(wide(path), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
+                                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (target == INVALID_HANDLE_VALUE) return last_error();
+    FILE_ATTRIBUTE_TAG_INFO info;
+    const Error error =
+        result_of(GetFileInformationByHandleEx(target, FileAttributeTagInfo, &info, sizeof info));
+    CloseHandle(target);
+    if (error != kSuccess) return error;
+    out.attributes = info.FileAttributes;
+    if (out.attributes & kAttributeReparsePoint) out.reparse_tag = info.ReparseTag;
+    return kSuccess;
+}
+
+Error file_information(const char16_t* path, FileInformation& out) noexcept {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(wide(path), GetFileExInfoStandard, &data)) return last_error();
+    out = {data.dwFileAttributes, join_halves(data.nFileSizeHigh, data.nFileSizeLow),
+           join_halves(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
+    return kSuccess;
+}
+
+std::string error_message(Error error) {
+    constexpr DWORD kFlags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
+    constexpr DWORD kEnglish = MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US);
+    wchar_t sentence[512];
+    DWORD units = FormatMessageW(kFlags, nullptr, error, kEnglish, sentence, 512, nullptr);
+    // A system without English texts answers in its own language.
+    if (units == 0) units = FormatMessageW(kFlags, nullptr, error, 0, sentence, 512, nullptr);
+    while (units > 0 && sentence[units - 1] <= L' ') --units;
+    if (units == 0) return "system error " + std::to_string(error);
+
+    char text[3 * 512];
+    const int bytes = WideCharToMultiByte(CP_UTF8, 0, sentence, static_cast<int>(units), text,
+                                          sizeof text, nullptr, nullptr);
+    return {text, static_cast<std::size_t>(bytes)};
+}
+
+// ---- Drives -------------------------------------------------------------------------------------
+
+std::uint32_t drive_strings(char16_t* buffer, std::uint32_t capacity_units) noexcept {
+    return GetLogicalDriveStringsW(capacity_units, reinterpret_cast<wchar_t*>(buffer));
+}
+
+std::uint32_t drive_type(const char16_t* root) noexcept {
+    static_assert(kDriveRemovable == DRIVE_REMOVABLE && kDriveFixed == DRIVE_FIXED);
+    return GetDriveTypeW(wide(root));
+}
+
+// ---- Files --------------------------------------------------------------------------------------
+
+Error File::open_for_reading(const char16_t* path) noexcept {
+    close();
+    handle_ = handle_or_null(CreateFileW(wide(path), GENERIC_READ, kShareAll, nullptr,
+                                         OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    return handle_ != nullptr ? kSuccess : last_error();
+}
+
+Error File::create(const char16_t* path) noexcept {
+    close();
+    handle_ = handle_or_null(CreateFileW(wide(path), GENERIC_WRITE, kShareAll, nullptr,
+                                         CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return handle_ != nullptr ? kSuccess : last_error();
+}
+
+namespace {
+
+// What one system call may move: its counts have 32 bits.
+DWORD piece(std::size_t bytes) {
+    constexpr std::size_t kLargest = std::size_t{1} << 30;
+    return static_cast<DWORD>(bytes < kLargest ? bytes : kLargest);
+}
+
+}  // namespace
+
+Error File::read(void* buffer, std::size_t bytes, std::size_t& got) noexcept {
+    DWORD read = 0;
+    const Error error = result_of(ReadFile(handle_, buffer, piece(bytes), &read, nullptr));
+    got = read;
+    return error;
+}
+
+Error File::write(const void* buffer, std::size_t bytes) noexcept {
+    const char* from = static_cast<const char*>(buffer);
+    while (bytes > 0) {
+        DWORD written = 0;
+        if (!WriteFile(handle_, from, piece(bytes), &written, nullptr)) return last_error();
+        if (written == 0) return kDiskFull;
+        from += written;
+        bytes -= written;
+    }
+    return kSuccess;
+}
+
+Error File::size(std::uint64_t& bytes) noexcept {
+    LARGE_INTEGER size;
+    if (!GetFileSizeEx(handle_, &size)) return last_error();
+    bytes = static_cast<std::uint64_t>(size.QuadPart);
+    return kSuccess;
+}
+
+Error File::close() noexcept {
+    if (handle_ == nullptr) return kSuccess;
+    void* const handle = handle_;
+    handle_ = nullptr;
+    return result_of(CloseHandle(handle));
+}
+
+Error remove_file(const char16_t* path) noexcept {
+    return result_of(DeleteFileW(wide(path)));
+}
+
+Error replace_file(const char16_t* source, const char16_t* destination) noexcept {
+    return result_of(MoveFileExW(wide(source), wide(destination),
+                                 MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
+}
+
+Error create_folder(const char16_t* path) noexcept {
+    return result_of(CreateDirectoryW(wide(path), nullptr));
+}
+
+// ---- Threads and time ---------------------------------------------------------------------------
+
+void Mutex::lock() noexcept SS_NO_THREAD_SAFETY_ANALYSIS {
+    AcquireSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&slim_lock_));
+}
+
+void Mutex::unlock() noexcept SS_NO_THREAD_SAFETY_ANALYSIS {
+    ReleaseSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&slim_lock_));
+}
+
+namespace {
+
+struct ThreadStart {
+    Thread::Body body;
+    void* argument;
+};
+
+DWORD WINAPI run_thread(void* parameter) {
+    const ThreadStart start = *static_cast<ThreadStart*>(parameter);
+    delete static_cast<ThreadStart*>(parameter);
+    start.body(start.argument);
+    return 0;
+}
+
+}  // namespace
+
+Thread::~Thread() {
+    if (joinable()) std::terminate();
+}
+
+Error Thread::start(Body body, void* argument) noexcept {
+    auto* const start = new (std::nothrow) ThreadStart{body, argument};
+    if (start == nullptr) return kNotEnoughMemory;
+    DWORD id = 0;
+    handle_ = CreateThread(nullptr, 0, run_thread, start, 0, &id);
+    if (handle_ == nullptr) {
+        const Error error = last_error();
+        delete start;
+        return error;
+    }
+    id_ = id;
+    return kSuccess;
+}
+
+void Thread::join() noexcept {
+    if (is_current()) std::terminate();
+    if (WaitForSingleObject(handle_, INFINITE) != WAIT_OBJECT_0) std::terminate();
+    CloseHandle(handle_);
+    handle_ = nullptr;
+}
+
+bool Thread::is_current() const noexcept {
+    return joinable() && id_ == GetCurrentThreadId();
+}
+
+namespace {
+
+struct ThreadBuffer {
+    std::size_t capacity;
+    char text[1];
+};
+
+void WINAPI free_thread_buffer(void* buffer) {
+    std::free(buffer);
+}
+
+// Allocated at the first use: attaching to the process does no work.
+std::atomic<DWORD> thread_buffer_slot{FLS_OUT_OF_INDEXES};
+
+DWORD acquire_thread_buffer_slot() {
+    DWORD slot = thread_buffer_slot;
+    if (slot != FLS_OUT_OF_INDEXES) return slot;
+    const DWORD fresh = FlsAlloc(free_thread_buffer);
+    if (fresh == FLS_OUT_OF_INDEXES) return fresh;
+    if (thread_buffer_slot.compare_exchange_strong(slot, fresh)) return fresh;
+    FlsFree(fresh);  // another thread was first
+    return slot;
+}
+
+}  // namespace
+
+char* thread_buffer(std::size_t bytes) noexcept {
+    const DWORD slot = acquire_thread_buffer_slot();
+    if (slot == FLS_OUT_OF_INDEXES) return nullptr;
+    auto* const held = static_cast<ThreadBuffer*>(FlsGetValue(slot));
+    if (held != nullptr && held->capacity >= bytes) return held->text;
+
+    auto* const grown = static_cast<ThreadBuffer*>(std::malloc(sizeof(ThreadBuffer) + bytes));
+    if (grown == nullptr) return nullptr;
+    grown->capacity = bytes;
+    if (!FlsSetValue(slot, grown)) {
+        std::free(grown);
+        return nullptr;
+    }
+    std::free(held);
+    return grown->text;
+}
+
+void detach() noexcept {
+    // Frees the buffers of all threads: the callback runs for each, while its code is still here.
+    const DWORD slot = thread_buffer_slot.exchange(FLS_OUT_OF_INDEXES);
+    if (slot != FLS_OUT_OF_INDEXES) FlsFree(slot);
+}
+
+std::int64_t monotonic_nanoseconds() noexcept {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+}  // namespace system_search::platform
