@@ -1,0 +1,13 @@
+# Every target is the script of that name; `make` builds build/windows/bin/system_search.dll.
+dll:
+	scripts/setup
+	scripts/build windows
+
+demo test bench sanitize fuzz soak lint package:
+	scripts/$@
+
+format:
+	scripts/setup lint
+	git ls-files '*.c' '*.h' '*.cpp' '*.hpp' | xargs clang-format -i
+
+.PHONY: dll demo test bench sanitize fuzz soak lint format package
