@@ -6,7 +6,12 @@ trap 'rm -rf "$scratch"' EXIT
 
 cp -r "$SS_SOURCE"/{CMakeLists.txt,CMakePresets.json,cmake,include,scripts,src} "$scratch"
 cd "$scratch"
-cmake --preset windows -DBUILD_TESTING=OFF -DSS_BUILD_EXAMPLES=OFF -DSS_BUILD_BENCHMARKS=OFF >log 2>&1 &&
-    cmake --build --preset windows --parallel 1 >>log 2>&1 || { cat log; exit 1; }
+if ! {
+    cmake --preset windows -DBUILD_TESTING=OFF -DSS_BUILD_EXAMPLES=OFF -DSS_BUILD_BENCHMARKS=OFF
+    cmake --build --preset windows --parallel 1
+} >log 2>&1; then
+    cat log
+    exit 1
+fi
 cmp build/windows/bin/system_search.dll "$SS_BIN/system_search.dll"
 cmp build/windows/bin/system_search.dll.debug "$SS_BIN/system_search.dll.debug"
