@@ -23,7 +23,7 @@ target_compile_options(system_search PRIVATE
   -ffunction-sections -fdata-sections
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
 target_link_options(system_search PRIVATE
-  -static -Wl,--gc-sections -Wl,--no-insert-timestamp -Wl,--no-undefined)
+  -static -fstack-protector-strong -Wl,--gc-sections -Wl,--no-insert-timestamp -Wl,--no-undefined)
 set_target_properties(system_search PROPERTIES
   PREFIX "" OUTPUT_NAME system_search IMPORT_PREFIX lib)
 
