@@ -1,0 +1,31 @@
+// The best `limit` matches met so far, in bounded memory.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "index/entry.hpp"
+
+namespace system_search {
+
+// The result order: by folded path, then by stored path, as unsigned bytes.
+bool orders_before(const Entry& a, const Entry& b);
+
+// A binary max-heap: the greatest of the kept entries is on top, ready to be replaced.
+class Candidates {
+public:
+    explicit Candidates(std::size_t limit) : limit_(limit) {}
+
+    // Keeps the entry if it is among the `limit` least so far. Of entries with equal texts the
+    // one met first stays. Throws std::bad_alloc.
+    void offer(const Entry& entry);
+
+    // Gives the entries in result order; nothing is left here.
+    std::vector<const Entry*> take_sorted();
+
+private:
+    std::size_t limit_;
+    std::vector<const Entry*> heap_;
+};
+
+}  // namespace system_search

@@ -1,0 +1,137 @@
+// The exported functions of a query. Each is a few lines over what the stages below do:
+//
+//   search      the query thread's routine: scan, order, metadata, publish   search.cpp
+//   pattern     the query text, folded, with its mode                        pattern.cpp
+//   wildcard    "*" and "?"                                                  wildcard.cpp
+//   candidates  the best matches so far, and the result order                candidates.cpp
+//   metadata    size and time of a result                                    metadata.cpp
+//   query       the fields all of them share, and who writes them            query.hpp
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "common/guard.hpp"
+#include "engine/engine.hpp"
+#include "query/query.hpp"
+#include "query/search.hpp"
+#include "system_search.h"
+
+namespace {
+
+using system_search::Engine;
+using system_search::Index;
+using system_search::Query;
+using system_search::Snapshot;
+
+static_assert(sizeof(QueryStatus) == 20 && offsetof(QueryStatus, state) == 0 &&
+              offsetof(QueryStatus, matched) == 4 && offsetof(QueryStatus, count) == 8 &&
+              offsetof(QueryStatus, index_entries) == 12 &&
+              offsetof(QueryStatus, index_incomplete) == 16);
+
+// The handles' types exist only in the public header.
+Engine& engine_of(SystemSearchEngine* handle) {
+    return *reinterpret_cast<Engine*>(handle);
+}
+
+Query* query_of(SystemSearchQuery* handle) {
+    return reinterpret_cast<Query*>(handle);
+}
+
+// What a query thread works on; it owns the record.
+struct SearchJob {
+    Query& query;  // outlives the thread: ss_query_destroy joins it
+    std::string text;
+    std::uint32_t flags;
+    std::uint32_t kind;
+    std::uint32_t limit;
+};
+
+void run_owned_search(void* argument) noexcept {
+    const std::unique_ptr<SearchJob> job(static_cast<SearchJob*>(argument));
+    system_search::search(job->query, job->text, job->flags, job->kind, job->limit);
+}
+
+std::unique_ptr<Query> start_query(Engine& engine, const char* text, std::uint32_t flags,
+                                   std::uint32_t kind, std::uint32_t limit) {
+    auto query = std::unique_ptr<Query>(new (std::nothrow) Query);
+    if (query == nullptr) return nullptr;
+
+    // The engine's lock is released before the index's is taken.
+    const std::shared_ptr<Index> index = system_search::current_index(engine);
+    Snapshot snapshot = system_search::take_snapshot(*index);
+    query->shards = std::move(snapshot.shards);
+    query->index_entries = snapshot.entry_count;
+    query->index_incomplete = snapshot.complete ? 0 : 1;
+
+    auto job =
+        std::unique_ptr<SearchJob>(new (std::nothrow) SearchJob{*query, text, flags, kind, limit});
+    if (job == nullptr) return nullptr;
+    if (query->thread.start(run_owned_search, job.get()) != system_search::platform::kSuccess) {
+        return nullptr;
+    }
+    static_cast<void>(job.release());
+    return query;
+}
+
+// Null unless the query is done and holds a result at this position.
+const Query* with_result(SystemSearchQuery* handle, std::uint32_t index) {
+    const Query* const query = query_of(handle);
+    if (query == nullptr || query->state != SS_QUERY_DONE) return nullptr;
+    return index < query->results.size() ? query : nullptr;
+}
+
+}  // namespace
+
+SystemSearchQuery* ss_query(SystemSearchEngine* engine, const char* text, uint32_t flags,
+                            uint32_t kind, int32_t limit) {
+    if (engine == nullptr || text == nullptr || flags > (SS_MATCH_PATH | SS_MATCH_CASE) ||
+        kind > SS_KIND_FOLDER || limit < 1 || limit > SS_MAX_RESULTS) {
+        return nullptr;
+    }
+    return system_search::guarded<SystemSearchQuery*>(nullptr, [&] {
+        auto query =
+            start_query(engine_of(engine), text, flags, kind, static_cast<std::uint32_t>(limit));
+        return reinterpret_cast<SystemSearchQuery*>(query.release());
+    });
+}
+
+void ss_query_poll(SystemSearchQuery* handle, QueryStatus* out) {
+    const Query* const query = query_of(handle);
+    if (query == nullptr || out == nullptr) return;
+    const std::uint32_t state = query->state;
+    *out = {};
+    out->state = state;
+    if (state != SS_QUERY_DONE) return;
+    out->matched = query->matched;
+    out->count = static_cast<std::uint32_t>(query->results.size());
+    out->index_entries = query->index_entries;
+    out->index_incomplete = query->index_incomplete;
+}
+
+const char* ss_query_path(SystemSearchQuery* handle, uint32_t index) {
+    const Query* const query = with_result(handle, index);
+    return query == nullptr ? nullptr : query->results[index]->path.c_str();
+}
+
+uint32_t ss_query_kind(SystemSearchQuery* handle, uint32_t index) {
+    const Query* const query = with_result(handle, index);
+    return query == nullptr ? 0 : query->results[index]->kind;
+}
+
+int32_t ss_query_metadata(SystemSearchQuery* handle, uint32_t index, ResultMetadata* out) {
+    if (out == nullptr) return 0;
+    *out = {};
+    const Query* const query = with_result(handle, index);
+    if (query == nullptr) return 0;
+    *out = query->metadata[index];
+    return 1;
+}
+
+void ss_query_destroy(SystemSearchQuery* handle) {
+    if (handle == nullptr) return;
+    const std::unique_ptr<Query> query(query_of(handle));
+    query->cancel.exchange(true);
+    if (query->thread.joinable()) query->thread.join();
+}
