@@ -214,6 +214,32 @@ private:
 // as long as a thread that used it lives, and ends the process when memory is short.
 char* thread_buffer(std::size_t bytes) noexcept;
 
+// What the C++ runtime has to remember of a thread while exceptions are thrown and caught there.
+// Every way into the library that may throw (an exported function, a thread's body) holds one on
+// its stack. Natively the runtime's own thread-local storage does the same without help.
+class ExceptionScope {
+public:
+#if defined(_WIN32)
+    ExceptionScope() noexcept;
+    ~ExceptionScope();
+#else
+    ExceptionScope() noexcept : ready_(true) {}
+#endif
+    ExceptionScope(const ExceptionScope&) = delete;
+    ExceptionScope& operator=(const ExceptionScope&) = delete;
+
+    // False when the system is out of what it takes: nothing must be thrown then.
+    bool ready() const {
+        return ready_;
+    }
+
+    void* record_[2] = {};
+
+private:
+    void* outer_ = nullptr;
+    bool ready_ = false;
+};
+
 // Gives back what the library took from the process. Called once, when it is unloaded.
 void detach() noexcept;
 

@@ -2,13 +2,13 @@
 #include <windows.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <new>
 
 #include "platform/platform.hpp"
+#include "platform/windows_runtime.hpp"
 
 namespace system_search::platform {
 namespace {
@@ -251,10 +251,19 @@ struct ThreadStart {
     void* argument;
 };
 
+// A process with many thread-local slots needs memory for a thread's first one. Without it nothing
+// may be thrown, and the body's outcome could not be reported: wait until there is some again.
+void run_in_exception_scope(Thread::Body body, void* argument) {
+    for (;; Sleep(1)) {
+        const ExceptionScope exceptions;
+        if (exceptions.ready()) return body(argument);
+    }
+}
+
 DWORD WINAPI run_thread(void* parameter) {
     const ThreadStart start = *static_cast<ThreadStart*>(parameter);
     delete static_cast<ThreadStart*>(parameter);
-    start.body(start.argument);
+    run_in_exception_scope(start.body, start.argument);
     return 0;
 }
 
@@ -336,12 +345,19 @@ void detach() noexcept {
     // Frees the buffers of all threads: the callback runs for each, while its code is still here.
     const DWORD slot = thread_buffer_slot.exchange(FLS_OUT_OF_INDEXES);
     if (slot != FLS_OUT_OF_INDEXES) FlsFree(slot);
+    release_runtime();
 }
 
 std::int64_t monotonic_nanoseconds() noexcept {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
+    LARGE_INTEGER ticks;
+    LARGE_INTEGER ticks_per_second;
+    QueryPerformanceCounter(&ticks);
+    QueryPerformanceFrequency(&ticks_per_second);
+    constexpr std::int64_t kNanoseconds = 1'000'000'000;
+    const std::int64_t frequency = ticks_per_second.QuadPart;
+    // In two parts: the product of all ticks would overflow within hours.
+    return ticks.QuadPart / frequency * kNanoseconds +
+           ticks.QuadPart % frequency * kNanoseconds / frequency;
 }
 
 }  // namespace system_search::platform

@@ -1,0 +1,114 @@
+// What the statically linked C++ runtime would take from the host's process, taken care of.
+//
+// Left alone, the runtime keeps its per-thread exception record in emulated thread-local storage:
+// one slot of the process for each load of the library that is never given back, until there is
+// none left and the host is ended; memory for each thread that ever threw; and abort() when that
+// memory is not to be had, which is when std::bad_alloc is thrown. The record is two words, its
+// layout is part of the published C++ interface for this platform, and the functions that give it
+// out may be replaced. Here it lies on the stack of whoever enters the library: see ExceptionScope.
+//
+// The same runtime locks a mutex around its reserve for exceptions thrown when memory is short. Its
+// own mutexes allocate at their first use; the four functions below stand in for them.
+#include "platform/windows_runtime.hpp"
+
+#include <pthread.h>
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
+
+#include "platform/platform.hpp"
+
+// Frees the runtime's reserve for exceptions, which it allocates when the library is loaded.
+namespace __gnu_cxx {
+void __freeres();
+}
+
+namespace system_search::platform {
+namespace {
+
+struct ExceptionRecord {
+    void* caught;           // the stack of exceptions being handled
+    unsigned int uncaught;  // how many are in flight
+};
+static_assert(sizeof(ExceptionRecord) == sizeof(ExceptionScope::record_));
+
+// Which thread-local slot holds a thread's innermost record.
+std::atomic<DWORD> record_slot{TLS_OUT_OF_INDEXES};
+
+DWORD acquire_record_slot() {
+    DWORD slot = record_slot;
+    if (slot != TLS_OUT_OF_INDEXES) return slot;
+    const DWORD fresh = TlsAlloc();
+    if (fresh == TLS_OUT_OF_INDEXES) return fresh;
+    if (record_slot.compare_exchange_strong(slot, fresh)) return fresh;
+    TlsFree(fresh);  // another thread was first
+    return slot;
+}
+
+// Looking at the slot must not disturb the error number of the call that an exception reports.
+void* record_of_this_thread(DWORD slot) {
+    const DWORD error = GetLastError();
+    void* const record = TlsGetValue(slot);
+    SetLastError(error);
+    return record;
+}
+
+}  // namespace
+
+ExceptionScope::ExceptionScope() noexcept {
+    const DWORD slot = acquire_record_slot();
+    if (slot == TLS_OUT_OF_INDEXES) return;
+    outer_ = record_of_this_thread(slot);
+    ready_ = TlsSetValue(slot, record_) != 0;
+}
+
+ExceptionScope::~ExceptionScope() {
+    if (ready_) TlsSetValue(record_slot, outer_);
+}
+
+void release_runtime() noexcept {
+    const DWORD slot = record_slot.exchange(TLS_OUT_OF_INDEXES);
+    if (slot != TLS_OUT_OF_INDEXES) TlsFree(slot);
+    __gnu_cxx::__freeres();
+}
+
+}  // namespace system_search::platform
+
+extern "C" {
+
+void* __cxa_get_globals_fast() noexcept {
+    using namespace system_search::platform;
+    // Only std::terminate asks outside of every scope; one record serves it.
+    static ExceptionRecord outside_of_scopes;
+    void* const record = record_of_this_thread(record_slot);
+    return record != nullptr ? record : &outside_of_scopes;
+}
+
+void* __cxa_get_globals() noexcept {
+    return __cxa_get_globals_fast();
+}
+
+int pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t*) {
+    *mutex = 0;
+    return 0;
+}
+
+int pthread_mutex_lock(pthread_mutex_t* mutex) {
+    // A slim lock starts at 0, the runtime's static initialiser is something else.
+    pthread_mutex_t never_used = PTHREAD_MUTEX_INITIALIZER;
+    std::atomic_ref(*mutex).compare_exchange_strong(never_used, 0);
+    AcquireSRWLockExclusive(reinterpret_cast<SRWLOCK*>(mutex));
+    return 0;
+}
+
+int pthread_mutex_unlock(pthread_mutex_t* mutex) {
+    ReleaseSRWLockExclusive(reinterpret_cast<SRWLOCK*>(mutex));
+    return 0;
+}
+
+int pthread_mutex_destroy(pthread_mutex_t*) {
+    return 0;
+}
+
+}  // extern "C"
