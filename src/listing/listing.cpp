@@ -1,0 +1,131 @@
+#include "listing/listing.hpp"
+
+#include <string_view>
+
+#include "common/guard.hpp"
+#include "common/path.hpp"
+#include "common/text.hpp"
+#include "platform/platform.hpp"
+#include "query/search.hpp"
+
+namespace system_search {
+namespace {
+
+class Listing {
+public:
+    explicit Listing(Query& query) : query_(query) {}
+
+    // Reads the folder and publishes its children. Returns SS_QUERY_RUNNING when they are there to
+    // be searched, else the query's final state. Throws TextError and std::bad_alloc.
+    std::uint32_t read(const std::string& directory) {
+        wide_path_ = wide_from_utf8(directory);
+        if (!is_absolute_path(wide_path_)) return SS_QUERY_FAILED;
+        folder_units_ = wide_path_.size();
+        utf8_prefix_ = stored_prefix();
+
+        platform::Enumeration enumeration;
+        platform::Error error = enumeration.open(wide_path_, child_);
+        for (; error == platform::kSuccess; error = enumeration.next(child_)) {
+            if (query_.cancel) return SS_QUERY_CANCELLED;
+            if (query_.index_entries >= kMaxEntries || estimate_ >= kMaxMemoryEstimate) {
+                query_.index_incomplete = 1;
+                break;
+            }
+            ++query_.index_entries;
+            visit();
+        }
+        if (error != platform::kSuccess && error != platform::kNoMoreFiles) return SS_QUERY_FAILED;
+
+        query_.shards.push_back(std::make_shared<const Shard>(batch_));
+        return SS_QUERY_RUNNING;
+    }
+
+private:
+    // What every stored path begins with. A child's path is normalised as a whole; its name is
+    // never "." or "..", so all that can change stands before it and is the same for every child.
+    std::string stored_prefix() const {
+        std::u16string path = wide_path_;
+        append_component(path, u"x");
+        path = lexically_normal(path);
+        path.pop_back();
+        std::string prefix = utf8_from_wide(path);
+        replace_backslashes(prefix.data(), prefix.size());
+        return prefix;
+    }
+
+    void visit() {
+        if (child_.type_error != platform::kSuccess) {
+            query_.index_incomplete = 1;
+            return;
+        }
+        if (is_link()) return;
+        const bool folder = (child_.attributes & platform::kAttributeDirectory) != 0;
+        if (folder && is_reparse_point()) return;
+        add(folder ? kKindFolder : kKindFile);
+    }
+
+    bool is_link() const {
+        return (child_.attributes & platform::kAttributeReparsePoint) != 0 &&
+               (child_.reparse_tag == platform::kTagSymbolicLink ||
+                child_.reparse_tag == platform::kTagMountPoint);
+    }
+
+    // Asks again, by path. The failure value has the bit as well: a folder that cannot be asked is
+    // left out, silently.
+    bool is_reparse_point() {
+        append_component(wide_path_, child_.name_view());
+        const std::uint32_t attributes = platform::attributes(wide_path_.c_str());
+        wide_path_.resize(folder_units_);
+        return (attributes & platform::kAttributeReparsePoint) != 0;
+    }
+
+    void add(std::uint32_t kind) {
+        const std::size_t bytes = encode_utf8(child_.name_view(), utf8_name_);
+        if (bytes == kInvalidText) throw TextError("A file name is not valid UTF-16.");
+        replace_backslashes(utf8_name_, bytes);
+        const std::size_t path_bytes = utf8_prefix_.size() + bytes;
+        if (path_bytes > kMaxPathBytes) {
+            query_.index_incomplete = 1;
+            return;
+        }
+        batch_.add(utf8_prefix_, {utf8_name_, bytes}, kind);
+        // Raised after the child was kept and tested before the next one: the last child may go
+        // beyond the limit.
+        estimate_ += memory_estimate(path_bytes);
+    }
+
+    Query& query_;
+    Batch batch_;
+    std::uint64_t estimate_ = 0;  // memory estimate of the children kept, in bytes
+    std::u16string wide_path_;    // the folder, as the host gave it
+    std::size_t folder_units_ = 0;
+    std::string utf8_prefix_;  // the folder as entries hold it, closed by a separator
+    platform::Child child_;    // the child in hand
+    char utf8_name_[3 * sizeof(platform::Child::name) / sizeof(char16_t)];
+};
+
+void run_owned_listing(void* argument) noexcept {
+    const std::unique_ptr<ListingJob> job(static_cast<ListingJob*>(argument));
+    run_listing(*job);
+}
+
+}  // namespace
+
+void run_listing(const ListingJob& job) noexcept {
+    Query& query = *job.query;
+    const std::uint32_t state =
+        guarded<std::uint32_t>(SS_QUERY_FAILED, [&] { return Listing(query).read(job.directory); });
+    if (state == SS_QUERY_RUNNING) {
+        search(query, job.text, job.flags, job.kind, job.limit);
+    } else {
+        query.state.exchange(state);
+    }
+}
+
+platform::Error start_listing(std::unique_ptr<ListingJob> job) noexcept {
+    const platform::Error error = job->query->thread.start(run_owned_listing, job.get());
+    if (error == platform::kSuccess) static_cast<void>(job.release());
+    return error;
+}
+
+}  // namespace system_search
