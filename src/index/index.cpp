@@ -28,4 +28,8 @@ const ShardList& published_shards(const Index& index) noexcept SS_NO_THREAD_SAFE
     return index.shards;
 }
 
+std::uint32_t published_entry_count(const Index& index) noexcept SS_NO_THREAD_SAFETY_ANALYSIS {
+    return index.entry_count;
+}
+
 }  // namespace system_search

@@ -41,8 +41,9 @@ void publish_shard(Index& index, Batch& batch);
 Snapshot take_snapshot(Index& index);
 std::uint32_t entry_count(Index& index) noexcept;
 
-// The shards without the lock, for the build thread after its last publication: it is the only
-// writer, so nothing changes under it.
+// The shards and their entries without the lock, for the build thread after its last publication:
+// it is the only writer, so nothing changes under it.
 const ShardList& published_shards(const Index& index) noexcept;
+std::uint32_t published_entry_count(const Index& index) noexcept;
 
 }  // namespace system_search

@@ -1,0 +1,41 @@
+// Writes an Index into a temporary file and moves it onto the cache file.
+//
+// The cache file is never written in place: a reader sees the old one or the new one, whole. The
+// caller names the temporary file and removes it after every result but kReplaced.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "index/index.hpp"
+
+namespace system_search {
+
+enum class CacheWriteResult {
+    kReplaced,
+    kCancelled,
+    kFolderFailed,   // the cache file's folder cannot be created
+    kWriteFailed,    // the temporary file cannot be opened, or not be written to its end
+    kReplaceFailed,  // the cache file cannot be replaced
+};
+
+// What failed, in English; "" for kReplaced and kCancelled.
+const char* cache_write_failure(CacheWriteResult result) noexcept;
+
+struct CacheContents {
+    const Index& index;  // after its last publication: it is read without its lock
+    std::string_view scope;
+    std::uint32_t skipped = 0;
+    std::uint32_t limited = 0;
+};
+
+// Creates the cache file's folder, with every missing one above it, first. `cancel` is looked at
+// before each shard and before the replacement. The temporary file is closed when this returns.
+// Build thread only. Throws std::bad_alloc.
+CacheWriteResult write_index_cache(const std::u16string& cache_path,
+                                   const std::u16string& temporary_path,
+                                   const CacheContents& contents, const std::atomic<bool>& cancel);
+
+}  // namespace system_search
