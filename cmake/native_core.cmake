@@ -10,3 +10,5 @@ set_target_properties(core PROPERTIES LINKER_LANGUAGE CXX)
 target_include_directories(core PUBLIC
   ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(core PUBLIC Threads::Threads PRIVATE warnings)
+# So that the core's own malloc, calloc and realloc can be made to fail, like operator new.
+target_link_options(core PUBLIC LINKER:--wrap=malloc LINKER:--wrap=calloc LINKER:--wrap=realloc)

@@ -1,0 +1,128 @@
+// The process's allocation functions, replaced so that the Nth one can fail. Programs are linked
+// with --wrap for malloc, calloc and realloc (cmake/native_core.cmake), which turns the calls that
+// are compiled in, but not those of shared libraries, to the functions below.
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+#include "simulated/tree.hpp"
+
+extern "C" {
+void* __real_malloc(std::size_t bytes);
+void* __real_calloc(std::size_t count, std::size_t bytes);
+void* __real_realloc(void* old, std::size_t bytes);
+void* __wrap_malloc(std::size_t bytes);
+void* __wrap_calloc(std::size_t count, std::size_t bytes);
+void* __wrap_realloc(void* old, std::size_t bytes);
+}
+
+namespace system_search::simulated {
+namespace {
+
+std::atomic<bool> armed{false};
+std::atomic<bool> was_hit{false};
+std::atomic<std::uint64_t> count{0};
+std::atomic<std::uint64_t> first_failure{0};
+std::atomic<std::uint64_t> failures{0};
+
+thread_local int quiet_depth = 0;
+
+void* allocate(std::size_t bytes) noexcept {
+    if (allocation_fails()) return nullptr;
+    return __real_malloc(bytes == 0 ? 1 : bytes);
+}
+
+void* allocate(std::size_t bytes, std::align_val_t alignment) noexcept {
+    if (allocation_fails()) return nullptr;
+    const auto units = static_cast<std::size_t>(alignment);
+    return std::aligned_alloc(units, (bytes + units - 1) / units * units);
+}
+
+void* or_throw(void* memory) {
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+
+}  // namespace
+
+bool allocation_fails() noexcept {
+    if (!armed.load(std::memory_order_relaxed) || quiet_depth > 0) return false;
+    const std::uint64_t number = count.fetch_add(1) + 1;
+    const std::uint64_t first = first_failure.load();
+    if (first == 0 || number < first || number - first >= failures.load()) return false;
+    was_hit = true;
+    return true;
+}
+
+AllocationFault::AllocationFault(std::uint64_t nth, std::uint64_t times) {
+    first_failure = nth;
+    failures = times;
+    count = 0;
+    was_hit = false;
+    armed = true;
+}
+
+AllocationFault::~AllocationFault() {
+    armed = false;
+}
+
+std::uint64_t AllocationFault::counted() {
+    return count;
+}
+
+bool AllocationFault::hit() {
+    return was_hit;
+}
+
+Quiet::Quiet() noexcept {
+    ++quiet_depth;
+}
+
+Quiet::~Quiet() {
+    --quiet_depth;
+}
+
+}  // namespace system_search::simulated
+
+using system_search::simulated::allocate;
+using system_search::simulated::or_throw;
+
+extern "C" {
+
+void* __wrap_malloc(std::size_t bytes) {
+    return system_search::simulated::allocation_fails() ? nullptr : __real_malloc(bytes);
+}
+
+void* __wrap_calloc(std::size_t count, std::size_t bytes) {
+    return system_search::simulated::allocation_fails() ? nullptr : __real_calloc(count, bytes);
+}
+
+void* __wrap_realloc(void* old, std::size_t bytes) {
+    return system_search::simulated::allocation_fails() ? nullptr : __real_realloc(old, bytes);
+}
+
+}  // extern "C"
+
+// clang-format off
+void* operator new(std::size_t n) { return or_throw(allocate(n)); }
+void* operator new[](std::size_t n) { return or_throw(allocate(n)); }
+void* operator new(std::size_t n, std::align_val_t a) { return or_throw(allocate(n, a)); }
+void* operator new[](std::size_t n, std::align_val_t a) { return or_throw(allocate(n, a)); }
+void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return allocate(n); }
+void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return allocate(n); }
+void* operator new(std::size_t n, std::align_val_t a, const std::nothrow_t&) noexcept { return allocate(n, a); }
+void* operator new[](std::size_t n, std::align_val_t a, const std::nothrow_t&) noexcept { return allocate(n, a); }
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p, std::align_val_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::align_val_t) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
+void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete(void* p, std::align_val_t, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete[](void* p, std::align_val_t, const std::nothrow_t&) noexcept { std::free(p); }
+// clang-format on

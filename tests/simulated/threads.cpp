@@ -1,0 +1,172 @@
+// Threads, locks, per-thread buffers and the clock of the simulated volume: POSIX threads, with
+// the failures that the platform promises.
+#include <pthread.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <unordered_map>
+
+#include "simulated/tree.hpp"
+
+namespace system_search::simulated {
+namespace {
+
+// What a thread of a Windows program gets unless the program says otherwise.
+constexpr std::size_t kStackBytes = 1 << 20;
+
+struct RunningThread {
+    pthread_t thread;
+    platform::Thread::Body body;
+    void* argument;
+    std::uint32_t id;
+};
+
+thread_local std::uint32_t current_id = 0;
+std::atomic<std::uint32_t> last_id{0};
+
+void* run_thread(void* argument) {
+    const RunningThread& running = *static_cast<RunningThread*>(argument);
+    current_id = running.id;
+    running.body(running.argument);
+    return nullptr;
+}
+
+struct Buffer {
+    char* bytes = nullptr;
+    std::size_t capacity = 0;
+};
+
+// All buffers of all threads, so that they can be counted, and freed when the library goes.
+struct Buffers {
+    std::mutex mutex;
+    bool has_key = false;
+    pthread_key_t key;
+    std::unordered_map<Buffer*, std::unique_ptr<Buffer>> all;
+};
+
+Buffers& buffers() {
+    static Buffers& only = *new Buffers;
+    return only;
+}
+
+void free_buffer(void* pointer) {
+    const Quiet quiet;
+    Buffers& store = buffers();
+    const std::lock_guard lock(store.mutex);
+    const auto found = store.all.find(static_cast<Buffer*>(pointer));
+    if (found == store.all.end()) return;
+    std::free(found->second->bytes);
+    store.all.erase(found);
+}
+
+Buffer* current_buffer(Buffers& store) {
+    if (!store.has_key) {
+        if (pthread_key_create(&store.key, free_buffer) != 0) return nullptr;
+        store.has_key = true;
+    }
+    auto* current = static_cast<Buffer*>(pthread_getspecific(store.key));
+    if (current != nullptr) return current;
+    auto made = std::make_unique<Buffer>();
+    current = made.get();
+    if (pthread_setspecific(store.key, current) != 0) return nullptr;
+    store.all.emplace(current, std::move(made));
+    return current;
+}
+
+}  // namespace
+
+std::uint64_t thread_buffers() {
+    Buffers& store = buffers();
+    const std::lock_guard lock(store.mutex);
+    return store.all.size();
+}
+
+}  // namespace system_search::simulated
+
+namespace system_search::platform {
+
+using namespace simulated;
+
+void Mutex::lock() noexcept {
+    mutex_.lock();
+}
+
+void Mutex::unlock() noexcept {
+    mutex_.unlock();
+}
+
+Thread::~Thread() {
+    if (joinable()) std::abort();
+}
+
+Error Thread::start(Body body, void* argument) noexcept {
+    if (allocation_fails()) return kNotEnoughMemory;
+    const Quiet quiet;
+    if (const Error planned = enter_call(kStartThread)) return planned;
+    auto running = std::make_unique<RunningThread>();
+    running->body = body;
+    running->argument = argument;
+    running->id = ++last_id;
+    pthread_attr_t settings;
+    pthread_attr_init(&settings);
+    pthread_attr_setstacksize(&settings, kStackBytes);
+    const int failure = pthread_create(&running->thread, &settings, run_thread, running.get());
+    pthread_attr_destroy(&settings);
+    if (failure != 0) return kNotEnoughMemory;
+    volume().threads.fetch_add(1);
+    id_ = running->id;
+    handle_ = running.release();
+    return kSuccess;
+}
+
+void Thread::join() noexcept {
+    if (is_current()) std::abort();
+    const Quiet quiet;
+    const std::unique_ptr<RunningThread> running(static_cast<RunningThread*>(handle_));
+    pthread_join(running->thread, nullptr);
+    handle_ = nullptr;
+    volume().threads.fetch_sub(1);
+}
+
+bool Thread::is_current() const noexcept {
+    return joinable() && id_ == current_id;
+}
+
+char* thread_buffer(std::size_t bytes) noexcept {
+    if (allocation_fails()) return nullptr;
+    const Quiet quiet;
+    if (enter_call(kThreadBuffer) != 0) return nullptr;
+    Buffers& store = buffers();
+    const std::lock_guard lock(store.mutex);
+    Buffer* const current = current_buffer(store);
+    if (current == nullptr) return nullptr;
+    if (current->capacity < bytes) {
+        void* const larger = std::realloc(current->bytes, bytes);
+        if (larger == nullptr) return nullptr;
+        current->bytes = static_cast<char*>(larger);
+        current->capacity = bytes;
+    }
+    return current->bytes;
+}
+
+void detach() noexcept {
+    const Quiet quiet;
+    Buffers& store = buffers();
+    const std::lock_guard lock(store.mutex);
+    if (!store.has_key) return;
+    pthread_key_delete(store.key);
+    store.has_key = false;
+    for (const auto& [key, buffer] : store.all) std::free(buffer->bytes);
+    store.all.clear();
+}
+
+std::int64_t monotonic_nanoseconds() noexcept {
+    {
+        const std::lock_guard lock(volume().mutex);
+        if (volume().clock) return *volume().clock;
+    }
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+}
+
+}  // namespace system_search::platform
