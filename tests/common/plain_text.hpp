@@ -4,9 +4,10 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 namespace system_search {
 
@@ -33,26 +34,35 @@ inline std::u16string plain_utf16(char32_t c) {
 
 // Whether `text` is a sequence of characters, and their UTF-16.
 inline bool plain_decode(std::string_view text, std::u16string& wide) {
-    static const auto* const kCharacters = [] {
-        auto* characters = new std::map<std::string, std::u16string, std::less<>>;
+    constexpr std::uint64_t kNothing = 1;
+    const auto behind = [](std::uint64_t bytes, char c) {
+        return bytes << 8 | static_cast<unsigned char>(c);
+    };
+    // Every character by its bytes.
+    static const auto* const kCharacters = [&] {
+        auto* characters = new std::unordered_map<std::uint64_t, char32_t>;
         for (char32_t c = 0; c <= kLastCodePoint; ++c) {
             if (!is_scalar_value(c)) continue;
-            characters->emplace_hint(characters->end(), plain_utf8(c), plain_utf16(c));
+            std::uint64_t bytes = kNothing;
+            for (const char byte : plain_utf8(c)) bytes = behind(bytes, byte);
+            (*characters)[bytes] = c;
         }
         return characters;
     }();
-    while (!text.empty()) {
-        std::size_t bytes = 1;
-        auto found = kCharacters->end();
-        for (; bytes <= 4 && bytes <= text.size(); ++bytes) {
-            found = kCharacters->find(text.substr(0, bytes));
-            if (found != kCharacters->end()) break;
+    std::uint64_t bytes = kNothing;
+    std::size_t length = 0;
+    for (const char byte : text) {
+        bytes = behind(bytes, byte);
+        const auto found = kCharacters->find(bytes);
+        if (found != kCharacters->end()) {
+            wide += plain_utf16(found->second);
+            bytes = kNothing;
+            length = 0;
+        } else if (++length == 4) {
+            return false;
         }
-        if (found == kCharacters->end()) return false;
-        wide += found->second;
-        text.remove_prefix(bytes);
     }
-    return true;
+    return bytes == kNothing;
 }
 
 inline bool plain_encode(std::u16string_view text, std::string& utf8) {

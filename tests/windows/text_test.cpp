@@ -17,7 +17,9 @@ bool system_decode(std::string_view text, std::u16string& wide) {
     wchar_t buffer[256];
     const int units = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(),
                                           static_cast<int>(text.size()), buffer, 256);
-    if (units == 0) EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_UNICODE_TRANSLATION});
+    if (units == 0) {
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_UNICODE_TRANSLATION});
+    }
     wide.assign(buffer, buffer + units);
     return units != 0;
 }
@@ -28,7 +30,9 @@ bool system_encode(std::u16string_view text, std::string& utf8) {
     const int bytes =
         WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, units.data(),
                             static_cast<int>(units.size()), buffer, 512, nullptr, nullptr);
-    if (bytes == 0) EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_UNICODE_TRANSLATION});
+    if (bytes == 0) {
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_UNICODE_TRANSLATION});
+    }
     utf8.assign(buffer, static_cast<std::size_t>(bytes));
     return bytes != 0;
 }
