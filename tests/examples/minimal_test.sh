@@ -13,4 +13,5 @@ if minimal absent; then
     echo "found what is not there"
     exit 1
 fi
-"$SS_WINE" "$SS_BIN/minimal.exe" relative 2>&1 | grep -q -x "Choose an absolute folder path.\r\?"
+complaint=$("$SS_WINE" "$SS_BIN/minimal.exe" relative 2>&1 || true)
+diff -u <(echo "Choose an absolute folder path.") <(tr -d '\r' <<<"$complaint")
