@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 namespace system_search {
@@ -62,6 +63,11 @@ struct Entry {
     std::string_view folded_name() const { return {folded_path.name, path.size() - name_offset}; }
     // Everything before the name, the last "/" included.
     std::string_view folded_folder() const { return {folded_path.folder, name_offset}; }
+    // The whole folded path, put together in the caller's buffer. Throws std::bad_alloc.
+    std::string_view folded_path_in(std::string& buffer) const {
+        buffer.assign(folded_folder()).append(folded_name());
+        return buffer;
+    }
 };
 
 static_assert(sizeof(Entry) == 32, "an index holds millions of these");
