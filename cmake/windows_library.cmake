@@ -1,10 +1,11 @@
 # system_search.dll, its import library and its debug information.
 file(GLOB platform_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/platform/windows*.cpp)
 file(GLOB attach_source CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/common/attach.cpp)
-file(GLOB resource_scripts CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.rc)
+configure_file(${PROJECT_SOURCE_DIR}/src/system_search.rc.in ${PROJECT_BINARY_DIR}/system_search.rc
+  @ONLY)
 
 add_library(system_search SHARED
-  ${CORE_SOURCES} ${platform_sources} ${attach_source} ${resource_scripts}
+  ${CORE_SOURCES} ${platform_sources} ${attach_source} ${PROJECT_BINARY_DIR}/system_search.rc
   ${PROJECT_SOURCE_DIR}/src/system_search.def)
 add_library(system_search::system_search ALIAS system_search)
 target_include_directories(system_search

@@ -7,8 +7,7 @@
 //   entries      Entry[n]
 //   name starts  uint32[n + 1], positions in `names`
 //   names        the folded names, each closed by a NUL, in entry order
-//   folders      the folded folders, each closed by a NUL and shared by its entries
-//   paths        per entry: length, path, NUL
+//   texts        per entry: length, path, NUL; then length, folded path, NUL if it differs
 //
 // A reader needs no lock: it holds a reference to the shard and only reads.
 #pragma once

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# A host may include the header from any C or C++ standard, with any warning an error.
+# A host may include the C header from any C or C++ standard, and the C++ face from C++17 on, with
+# any warning an error.
 set -euo pipefail
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -16,6 +17,20 @@ SystemSearchEngine *make(void) { return ss_create(); }
 C
 cp "$scratch/host.c" "$scratch/host.cpp"
 
+cat >"$scratch/cpp_host.cpp" <<'CPP'
+#include "system_search.hpp"
+std::size_t count();
+std::size_t count() {
+    ss::Engine engine = ss::Engine::create();
+    engine.start(std::string("C:/"), u8"C:/cache");
+    std::size_t results = 0;
+    for (const ss::Result& result : engine.search("x", {ss::Kind::kFile}).results()) {
+        results += result.path.size();
+    }
+    return results + ss::list_folder("C:/").results().size();
+}
+CPP
+
 failed=0
 compile() {
     "$@" -fsyntax-only -Wall -Wextra -Wpedantic -pedantic-errors -Werror \
@@ -29,6 +44,12 @@ done
 for standard in c++98 c++03 c++11 c++14 c++17 c++20; do
     for compiler in g++ clang++ x86_64-w64-mingw32-g++-posix; do
         compile "$compiler" -std=$standard "$scratch/host.cpp"
+    done
+done
+for standard in c++17 c++20 c++2b; do
+    for compiler in g++ clang++ x86_64-w64-mingw32-g++-posix; do
+        compile "$compiler" -std=$standard -Wshadow -Wconversion -Wsign-conversion \
+            -Wold-style-cast "$scratch/cpp_host.cpp"
     done
 done
 exit $failed
