@@ -35,9 +35,8 @@ foreach(file IN LISTS test_files c_files)
   cmake_path(GET file STEM name)
   cmake_path(GET file EXTENSION extension)
   add_executable(${name} ${file})
-  target_link_libraries(${name} PRIVATE system_search warnings version)
-  target_compile_definitions(${name} PRIVATE
-    UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX SS_PROJECT_VERSION="${PROJECT_VERSION}")
+  target_link_libraries(${name} PRIVATE system_search warnings)
+  target_compile_definitions(${name} PRIVATE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX)
   target_link_options(${name} PRIVATE -static)
   if(extension STREQUAL ".cpp")
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
@@ -52,6 +51,13 @@ foreach(file IN LISTS test_files c_files)
   endif()
   set_up_windows_test(windows.${name})
 endforeach()
+
+target_link_libraries(version_test PRIVATE version)
+target_compile_definitions(version_test PRIVATE SS_PROJECT_VERSION="${PROJECT_VERSION}")
+
+# Compares the conversion with the system's own; the DLL does not export it.
+target_sources(text_test PRIVATE ${PROJECT_SOURCE_DIR}/src/common/text.cpp)
+target_include_directories(text_test PRIVATE ${PROJECT_SOURCE_DIR}/src)
 
 foreach(script IN LISTS script_files)
   cmake_path(GET script STEM name)

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 namespace system_search {
@@ -44,18 +45,31 @@ private:
     const char* text_ = nullptr;
 };
 
+// `path` with A-Z lowered, in two texts, each closed by a NUL: the folder with its last "/", which
+// neighbours of one folder share, and the name. Most of a path is its folder, and nearly every
+// path has a capital somewhere, so a second copy of whole paths would be half of the index.
+struct FoldedPath {
+    const char* folder = nullptr;
+    const char* name = nullptr;
+};
+
 struct Entry {
     StoredText path;            // absolute, UTF-8, "/" as the only separator; never empty
-    StoredText folded_path;     // `path` with A-Z lowered; the same text when there are none
-    std::uint32_t name_offset;  // where the last component begins, in both texts
+    FoldedPath folded_path;     // as long as `path`, and divided at `name_offset`
+    std::uint32_t name_offset;  // where the last component begins
     std::uint32_t kind;         // kKindFile or kKindFolder
 
     std::string_view name() const { return path.view().substr(name_offset); }
-    std::string_view folded_name() const { return folded_path.view().substr(name_offset); }
+    std::string_view folded_name() const { return {folded_path.name, path.size() - name_offset}; }
     // Everything before the name, the last "/" included.
-    std::string_view folded_folder() const { return folded_path.view().substr(0, name_offset); }
+    std::string_view folded_folder() const { return {folded_path.folder, name_offset}; }
+    // The whole folded path, put together in the caller's buffer. Throws std::bad_alloc.
+    std::string_view folded_path_in(std::string& buffer) const {
+        buffer.assign(folded_folder()).append(folded_name());
+        return buffer;
+    }
 };
 
-static_assert(sizeof(Entry) == 24, "an index holds millions of these");
+static_assert(sizeof(Entry) == 32, "an index holds millions of these");
 
 }  // namespace system_search

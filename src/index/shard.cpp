@@ -1,6 +1,5 @@
 #include "index/shard.hpp"
 
-#include <algorithm>
 #include <cstring>
 
 #include "common/text.hpp"
@@ -10,74 +9,102 @@ namespace {
 
 constexpr std::size_t kLengthBytes = sizeof(std::uint16_t);
 
-// What a stored text takes: its length, its bytes, its NUL.
-constexpr std::size_t stored_bytes(std::size_t text_bytes) {
-    return kLengthBytes + text_bytes + 1;
-}
-
 std::uint32_t name_offset(std::string_view path) {
     const std::size_t separator = path.rfind('/');
     return separator == std::string_view::npos ? 0 : static_cast<std::uint32_t>(separator + 1);
 }
 
-// Writes length and NUL around the room for a text and returns that room.
-char* store(char*& out, std::size_t bytes) {
-    const auto length = static_cast<std::uint16_t>(bytes);
-    std::memcpy(out, &length, kLengthBytes);
-    char* const text = out + kLengthBytes;
-    text[bytes] = '\0';
-    out = text + bytes + 1;
-    return text;
+// Both write a text and its NUL at `out` and return the end of what they wrote.
+char* store_folded(std::string_view text, char* out) {
+    fold_into(text, out);
+    out[text.size()] = '\0';
+    return out + text.size() + 1;
 }
+
+char* store_with_length(std::string_view text, char* out) {
+    const auto length = static_cast<std::uint16_t>(text.size());
+    std::memcpy(out, &length, kLengthBytes);
+    std::memcpy(out + kLengthBytes, text.data(), text.size());
+    out[kLengthBytes + text.size()] = '\0';
+    return out + kLengthBytes + text.size() + 1;
+}
+
+// The folders of the entries before the one in hand, from the top down: a walk comes back to each
+// of them after every subfolder. Finding the folder again lets all its entries share one text.
+class OpenFolders {
+public:
+    // The number of `folder` in the order of first appearance.
+    std::uint32_t number_of(std::string_view folder) {
+        while (!open_.empty() && !folder.starts_with(open_.back().text)) open_.pop_back();
+        if (open_.empty() || open_.back().text.size() != folder.size()) {
+            open_.push_back({folder, static_cast<std::uint32_t>(all_.size())});
+            all_.push_back(folder);
+        }
+        return open_.back().number;
+    }
+    const std::vector<std::string_view>& all() const { return all_; }
+
+private:
+    struct Folder {
+        std::string_view text;
+        std::uint32_t number;
+    };
+    std::vector<Folder> open_;
+    std::vector<std::string_view> all_;
+};
 
 }  // namespace
 
 Shard::Shard(const Batch& batch) {
     struct Measure {
         std::uint32_t name_offset;
-        bool has_upper;
+        std::uint32_t folder;
     };
     const std::size_t count = batch.size();
     std::vector<Measure> measures(count);
 
+    OpenFolders folders;
     std::size_t names_bytes = 0;
-    std::size_t texts_bytes = 0;
+    std::size_t paths_bytes = 0;
     for (std::size_t i = 0; i < count; ++i) {
         const std::string_view path = batch.path(batch.records()[i]);
-        measures[i] = {name_offset(path), has_upper_ascii(path)};
-        names_bytes += path.size() - measures[i].name_offset + 1;
-        texts_bytes += stored_bytes(path.size()) * (measures[i].has_upper ? 2 : 1);
+        const std::uint32_t offset = name_offset(path);
+        measures[i] = {offset, folders.number_of(path.substr(0, offset))};
+        names_bytes += path.size() - offset + 1;
+        paths_bytes += kLengthBytes + path.size() + 1;
     }
+    std::size_t folders_bytes = 0;
+    for (const std::string_view folder : folders.all()) folders_bytes += folder.size() + 1;
 
     const std::size_t starts_offset = count * sizeof(Entry);
     const std::size_t names_offset = starts_offset + (count + 1) * sizeof(std::uint32_t);
-    const std::size_t texts_offset = names_offset + names_bytes;
-    block_bytes_ = texts_offset + texts_bytes;
+    const std::size_t folders_offset = names_offset + names_bytes;
+    const std::size_t paths_offset = folders_offset + folders_bytes;
+    block_bytes_ = paths_offset + paths_bytes;
     block_ = std::make_unique_for_overwrite<std::byte[]>(block_bytes_);
 
     auto* const entries = reinterpret_cast<Entry*>(block_.get());
     auto* const starts = reinterpret_cast<std::uint32_t*>(block_.get() + starts_offset);
     char* const names = reinterpret_cast<char*>(block_.get() + names_offset);
-    char* name = names;
-    char* text = reinterpret_cast<char*>(block_.get() + texts_offset);
 
+    std::vector<const char*> folded_folders(folders.all().size());
+    char* out = reinterpret_cast<char*>(block_.get() + folders_offset);
+    for (std::size_t i = 0; i < folded_folders.size(); ++i) {
+        folded_folders[i] = out;
+        out = store_folded(folders.all()[i], out);
+    }
+
+    char* name = names;
     for (std::size_t i = 0; i < count; ++i) {
         const Batch::Record& record = batch.records()[i];
         const std::string_view path = batch.path(record);
-        char* const stored = store(text, path.size());
-        std::memcpy(stored, path.data(), path.size());
-        char* folded = stored;
-        if (measures[i].has_upper) {
-            folded = store(text, path.size());
-            fold_into(path, folded);
-        }
-        const std::size_t name_bytes = path.size() - measures[i].name_offset;
         starts[i] = static_cast<std::uint32_t>(name - names);
-        std::memcpy(name, folded + measures[i].name_offset, name_bytes + 1);
-        name += name_bytes + 1;
-
-        ::new (&entries[i])
-            Entry{StoredText(stored), StoredText(folded), measures[i].name_offset, record.kind};
+        ::new (&entries[i]) Entry{StoredText(out + kLengthBytes),
+                                  {folded_folders[measures[i].folder], name},
+                                  measures[i].name_offset,
+                                  record.kind};
+        name = store_folded(path.substr(measures[i].name_offset), name);
+        out = store_with_length(path, out);
         folders_ += record.kind == kKindFolder;
     }
     starts[count] = static_cast<std::uint32_t>(name - names);

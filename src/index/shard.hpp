@@ -7,7 +7,8 @@
 //   entries      Entry[n]
 //   name starts  uint32[n + 1], positions in `names`
 //   names        the folded names, each closed by a NUL, in entry order
-//   texts        per entry: length, path, NUL; then length, folded path, NUL if it differs
+//   folders      the folded folders, each closed by a NUL and shared by its entries
+//   paths        per entry: length, path, NUL
 //
 // A reader needs no lock: it holds a reference to the shard and only reads.
 #pragma once

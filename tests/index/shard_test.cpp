@@ -1,0 +1,207 @@
+#include "index/shard.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "index/path_corpus.hpp"
+
+namespace system_search {
+namespace {
+
+// One shard of files, paths as given.
+Batch batch_of(const std::vector<std::string>& paths) {
+    Batch batch;
+    for (const std::string& path : paths) batch.add(path, kKindFile);
+    return batch;
+}
+
+std::string folded(const Entry& entry) {
+    std::string buffer;
+    return std::string(entry.folded_path_in(buffer));
+}
+
+// Byte by byte, with nothing but the rule.
+std::string folded_by_rule(std::string_view path) {
+    std::string text(path);
+    for (char& byte : text) {
+        if (byte >= 'A' && byte <= 'Z') byte = static_cast<char>(byte | 0x20);
+    }
+    return text;
+}
+
+TEST(Shard, name_begins_behind_the_last_slash) {
+    struct Row {
+        std::string path;
+        std::uint32_t name_offset;
+        std::string name;
+    };
+    const std::vector<Row> rows = {
+        {"C:/Users/ann/notes.txt", 13, "notes.txt"},
+        {"notes.txt", 0, "notes.txt"},
+        {"/notes.txt", 1, "notes.txt"},
+        {"C:/", 3, ""},
+        {"C:/folder/", 10, ""},
+        {"//server/share/x", 15, "x"},
+        {"C:\\not\\a\\separator", 0, "C:\\not\\a\\separator"},
+        {"C:/a\\b", 3, "a\\b"},
+    };
+    for (const Row& row : rows) {
+        const Shard shard(batch_of({row.path}));
+        const Entry& entry = shard.entries()[0];
+        EXPECT_EQ(entry.name_offset, row.name_offset) << row.path;
+        EXPECT_EQ(entry.name(), row.name);
+        EXPECT_EQ(entry.folded_name(), folded_by_rule(row.name));
+        EXPECT_EQ(entry.folded_folder(), folded_by_rule(row.path.substr(0, row.name_offset)));
+    }
+}
+
+TEST(Shard, folding_lowers_ascii_letters_and_nothing_else) {
+    const Shard shard(batch_of({"C:/Temp/\u00C4BC.txt"}));
+    EXPECT_EQ(shard.entries()[0].path.view(), "C:/Temp/\u00C4BC.txt");
+    EXPECT_EQ(folded(shard.entries()[0]), "c:/temp/\u00C4bc.txt");
+
+    std::string all_bytes;
+    for (int byte = 1; byte < 256; ++byte) all_bytes += static_cast<char>(byte);
+    for (const std::string& path : {all_bytes, all_bytes + "/" + all_bytes}) {
+        const Shard whole(batch_of({path}));
+        EXPECT_EQ(whole.entries()[0].path.view(), path);
+        EXPECT_EQ(folded(whole.entries()[0]), folded_by_rule(path));
+    }
+}
+
+TEST(Shard, texts_of_every_length_end_in_a_nul) {
+    std::vector<std::string> paths;
+    for (std::size_t bytes = 1; bytes <= 300; ++bytes) paths.push_back(std::string(bytes, 'Q'));
+    paths.push_back("C:/" + std::string(kMaxPathBytes - 3, 'X'));
+    const Shard shard(batch_of(paths));
+
+    ASSERT_EQ(shard.size(), paths.size());
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        const Entry& entry = shard.entries()[i];
+        ASSERT_EQ(entry.path.size(), paths[i].size());
+        ASSERT_STREQ(entry.path.c_str(), paths[i].c_str());
+        ASSERT_EQ(std::strlen(entry.folded_path.folder), entry.name_offset);
+        ASSERT_EQ(std::strlen(entry.folded_path.name), paths[i].size() - entry.name_offset);
+        ASSERT_EQ(folded(entry), folded_by_rule(paths[i]));
+    }
+}
+
+TEST(Shard, entries_keep_the_order_and_the_kinds_of_the_batch) {
+    Batch batch;
+    batch.add("C:/b", kKindFolder);
+    batch.add("C:/b/", "z", kKindFile);
+    batch.add("C:/b/", "a", kKindFolder);
+    batch.add("C:/a", kKindFile);
+    batch.add("C:/a", kKindFile);  // nothing is checked for duplicates
+    const Shard shard(batch);
+
+    ASSERT_EQ(shard.size(), 5u);
+    EXPECT_EQ(shard.folders(), 2u);
+    const std::vector<std::pair<std::string_view, std::uint32_t>> expected = {
+        {"C:/b", kKindFolder}, {"C:/b/z", kKindFile}, {"C:/b/a", kKindFolder},
+        {"C:/a", kKindFile},   {"C:/a", kKindFile},
+    };
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(shard.entries()[i].path.view(), expected[i].first);
+        EXPECT_EQ(shard.entries()[i].kind, expected[i].second);
+    }
+}
+
+TEST(Shard, entries_of_one_folder_share_its_folded_text) {
+    const Shard shard(batch_of(
+        {"C:/Music/a", "C:/Music/Live/b", "C:/Music/Live/c", "C:/Music/d", "C:/MusicX/e", "C:/f"}));
+    const auto folder = [&](std::size_t i) { return shard.entries()[i].folded_path.folder; };
+    EXPECT_EQ(folder(1), folder(2));
+    EXPECT_EQ(folder(0), folder(3)) << "also after a subfolder";
+    EXPECT_NE(folder(0), folder(1));
+    EXPECT_NE(folder(3), folder(4));
+    EXPECT_EQ(shard.entries()[4].folded_folder(), "c:/musicx/");
+    EXPECT_EQ(shard.entries()[5].folded_folder(), "c:/");
+}
+
+// Folders that differ in case only are different folders with equal folded texts.
+TEST(Shard, folders_that_differ_in_case_keep_their_own_paths) {
+    const Shard shard(batch_of({"C:/Music/a", "C:/music/a"}));
+    EXPECT_EQ(shard.entries()[0].path.view(), "C:/Music/a");
+    EXPECT_EQ(shard.entries()[1].path.view(), "C:/music/a");
+    EXPECT_EQ(folded(shard.entries()[0]), folded(shard.entries()[1]));
+}
+
+TEST(Shard, names_stand_behind_one_another_in_entry_order) {
+    const Shard shard(batch_of({"C:/One", "C:/Two/three", "FOUR", "C:/"}));
+    using namespace std::string_view_literals;
+    EXPECT_EQ(shard.names(), "one\0three\0four\0\0"sv);
+    const std::vector<std::uint32_t> starts(shard.name_starts().begin(), shard.name_starts().end());
+    EXPECT_EQ(starts, (std::vector<std::uint32_t>{0, 4, 10, 15, 16}));
+    for (std::size_t i = 0; i < shard.size(); ++i) {
+        EXPECT_EQ(shard.entries()[i].folded_path.name, shard.names().data() + starts[i]);
+    }
+}
+
+TEST(Shard, agrees_with_the_rule_on_whole_trees) {
+    for (std::uint32_t seed = 1; seed <= 8; ++seed) {
+        PathCorpus corpus(seed);
+        std::vector<std::string> paths;
+        for (std::size_t i = 0; i < kShardEntries; ++i) paths.push_back(corpus.next());
+        const Shard shard(batch_of(paths));
+        for (std::size_t i = 0; i < paths.size(); ++i) {
+            ASSERT_EQ(shard.entries()[i].path.view(), paths[i]) << "seed " << seed;
+            ASSERT_EQ(folded(shard.entries()[i]), folded_by_rule(paths[i])) << "seed " << seed;
+        }
+    }
+}
+
+// The limit of 1 GiB is stated on the estimate; what is really kept stays well below it.
+TEST(Shard, keeps_at_most_four_fifths_of_the_memory_estimate) {
+    PathCorpus corpus(/*seed=*/1);
+    std::uint64_t kept = 0;
+    std::uint64_t estimate = 0;
+    for (int shards = 0; shards < 64; ++shards) {
+        Batch batch;
+        for (std::size_t i = 0; i < kShardEntries; ++i) {
+            const std::string path = corpus.next();
+            estimate += memory_estimate(path.size());
+            batch.add(path, kKindFile);
+        }
+        kept += sizeof(Shard) + Shard(batch).block_bytes();
+    }
+    const double share = static_cast<double>(kept) / static_cast<double>(estimate);
+    RecordProperty("share_of_estimate", std::to_string(share));
+    EXPECT_LE(share, 0.8);
+    EXPECT_GT(share, 0.4) << "less than every path once: the measure is wrong";
+}
+
+TEST(Shard, never_keeps_more_than_the_memory_estimate) {
+    // The worst case: every entry in a folder of its own.
+    Batch batch;
+    std::uint64_t estimate = 0;
+    std::string path = "C:";
+    while (batch.size() < kShardEntries) {
+        path += "/Folder";
+        batch.add(path, kKindFolder);
+        estimate += memory_estimate(path.size());
+    }
+    EXPECT_LE(Shard(batch).block_bytes() + sizeof(Shard), estimate);
+}
+
+TEST(Batch, joins_folder_and_name_and_starts_anew_when_cleared) {
+    Batch batch;
+    EXPECT_TRUE(batch.empty());
+    batch.add("C:/a/", "b", kKindFile);
+    batch.add("C:/c", kKindFolder);
+    ASSERT_EQ(batch.size(), 2u);
+    EXPECT_EQ(batch.path(batch.records()[0]), "C:/a/b");
+    EXPECT_EQ(batch.path(batch.records()[1]), "C:/c");
+
+    batch.clear();
+    EXPECT_TRUE(batch.empty());
+    batch.add("D:/", "x", kKindFile);
+    ASSERT_EQ(batch.size(), 1u);
+    EXPECT_EQ(batch.path(batch.records()[0]), "D:/x");
+}
+
+}  // namespace
+}  // namespace system_search
