@@ -34,6 +34,18 @@ target_link_libraries(plain_text_tests PRIVATE warnings gtest_main)
 gtest_discover_tests(plain_text_tests TEST_PREFIX common_plain. DISCOVERY_MODE PRE_TEST
   DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 
+# The console host's sources that know neither Windows nor the library.
+file(GLOB console_tests CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/console/*_test.cpp)
+set(console_folder ${PROJECT_SOURCE_DIR}/examples/console)
+set(console_sources arguments help json numbers sentences table utf8)
+list(TRANSFORM console_sources REPLACE "(.+)" "${console_folder}/\\1.cpp")
+add_executable(console_tests ${console_tests} ${console_sources})
+target_include_directories(console_tests PRIVATE ${console_folder} ${PROJECT_SOURCE_DIR}/include)
+target_compile_definitions(console_tests PRIVATE SYSTEM_SEARCH_VERSION="${PROJECT_VERSION}")
+target_link_libraries(console_tests PRIVATE warnings gtest_main)
+gtest_discover_tests(console_tests TEST_PREFIX console. DISCOVERY_MODE PRE_TEST
+  DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+
 if(SS_BUILD_FUZZERS)
   file(GLOB fuzzers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/fuzz/*_fuzz.cpp)
   foreach(file IN LISTS fuzzers)
