@@ -23,18 +23,19 @@ namespace {
 std::atomic<bool> armed{false};
 std::atomic<bool> was_hit{false};
 std::atomic<std::uint64_t> count{0};
+std::atomic<std::size_t> largest_bytes{0};
 std::atomic<std::uint64_t> first_failure{0};
 std::atomic<std::uint64_t> failures{0};
 
 thread_local int quiet_depth = 0;
 
 void* allocate(std::size_t bytes) noexcept {
-    if (allocation_fails()) return nullptr;
+    if (allocation_fails(bytes)) return nullptr;
     return __real_malloc(bytes == 0 ? 1 : bytes);
 }
 
 void* allocate(std::size_t bytes, std::align_val_t alignment) noexcept {
-    if (allocation_fails()) return nullptr;
+    if (allocation_fails(bytes)) return nullptr;
     const auto units = static_cast<std::size_t>(alignment);
     return std::aligned_alloc(units, (bytes + units - 1) / units * units);
 }
@@ -46,8 +47,11 @@ void* or_throw(void* memory) {
 
 }  // namespace
 
-bool allocation_fails() noexcept {
+bool allocation_fails(std::size_t bytes) noexcept {
     if (!armed.load(std::memory_order_relaxed) || quiet_depth > 0) return false;
+    std::size_t largest = largest_bytes;
+    while (largest < bytes && !largest_bytes.compare_exchange_weak(largest, bytes)) {
+    }
     const std::uint64_t number = count.fetch_add(1) + 1;
     const std::uint64_t first = first_failure.load();
     if (first == 0 || number < first || number - first >= failures.load()) return false;
@@ -59,6 +63,7 @@ AllocationFault::AllocationFault(std::uint64_t nth, std::uint64_t times) {
     first_failure = nth;
     failures = times;
     count = 0;
+    largest_bytes = 0;
     was_hit = false;
     armed = true;
 }
@@ -69,6 +74,10 @@ AllocationFault::~AllocationFault() {
 
 std::uint64_t AllocationFault::counted() {
     return count;
+}
+
+std::size_t AllocationFault::largest() {
+    return largest_bytes;
 }
 
 bool AllocationFault::hit() {
@@ -91,15 +100,17 @@ using system_search::simulated::or_throw;
 extern "C" {
 
 void* __wrap_malloc(std::size_t bytes) {
-    return system_search::simulated::allocation_fails() ? nullptr : __real_malloc(bytes);
+    return system_search::simulated::allocation_fails(bytes) ? nullptr : __real_malloc(bytes);
 }
 
 void* __wrap_calloc(std::size_t count, std::size_t bytes) {
-    return system_search::simulated::allocation_fails() ? nullptr : __real_calloc(count, bytes);
+    const bool fails = system_search::simulated::allocation_fails(count * bytes);
+    return fails ? nullptr : __real_calloc(count, bytes);
 }
 
 void* __wrap_realloc(void* old, std::size_t bytes) {
-    return system_search::simulated::allocation_fails() ? nullptr : __real_realloc(old, bytes);
+    const bool fails = system_search::simulated::allocation_fails(bytes);
+    return fails ? nullptr : __real_realloc(old, bytes);
 }
 
 }  // extern "C"

@@ -127,6 +127,7 @@ public:
     AllocationFault& operator=(const AllocationFault&) = delete;
 
     static std::uint64_t counted();  // allocations seen by the last one
+    static std::size_t largest();    // the bytes of the largest of them
     static bool hit();               // whether the last one made any fail
 };
 

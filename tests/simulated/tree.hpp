@@ -153,7 +153,7 @@ inline platform::Error enter_call(Call call) {
 }
 
 // Whether the allocation that is asked for now has to fail. Counts it.
-bool allocation_fails() noexcept;
+bool allocation_fails(std::size_t bytes = 0) noexcept;
 
 void reset_faults();
 
