@@ -14,6 +14,12 @@ void replace_index(Engine& engine, std::shared_ptr<Index> index) noexcept {
     engine.index.swap(index);
 }
 
+void reserve_error(Engine& engine) {
+    constexpr std::size_t kLongestOwnText = 64;
+    platform::MutexLock lock(engine.mutex);
+    engine.error.reserve(kLongestOwnText);
+}
+
 void set_error(Engine& engine, std::string_view text) noexcept {
     platform::MutexLock lock(engine.mutex);
     try {

@@ -33,7 +33,10 @@ struct Engine {
 std::shared_ptr<Index> current_index(Engine& engine) noexcept;
 // The old index is released after the lock.
 void replace_index(Engine& engine, std::shared_ptr<Index> index) noexcept;
-// Never fails: a text for which memory is short is dropped.
+// Gets the memory for the texts that a build may have to set when there is none left. Throws
+// std::bad_alloc.
+void reserve_error(Engine& engine);
+// Never fails: a text that is longer than what was reserved and finds no memory is dropped.
 void set_error(Engine& engine, std::string_view text) noexcept;
 
 }  // namespace system_search

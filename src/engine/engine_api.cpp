@@ -46,6 +46,7 @@ bool start(Engine& engine, const char* scope, const char* cache_path, bool force
 SystemSearchEngine* ss_create(void) {
     return system_search::guarded<SystemSearchEngine*>(nullptr, [] {
         auto engine = std::make_unique<Engine>();
+        system_search::reserve_error(*engine);
         system_search::replace_index(*engine, std::make_shared<Index>());
         return reinterpret_cast<SystemSearchEngine*>(engine.release());
     });
