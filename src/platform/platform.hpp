@@ -236,7 +236,7 @@ public:
     void* record_[2] = {};
 
 private:
-    void* outer_ = nullptr;
+    [[maybe_unused]] void* outer_ = nullptr;  // used on Windows only
     bool ready_ = false;
 };
 
