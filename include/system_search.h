@@ -163,7 +163,9 @@ SS_API int32_t ss_start(SystemSearchEngine* engine, const char* scope, const cha
    searchable and no cache is written. Without a running build, or with null, nothing happens. */
 SS_API void ss_cancel(SystemSearchEngine* engine);
 
-/* Fills `out`. With a null engine or a null `out` nothing is written. Never waits for the build. */
+/* Fills `out`. With a null engine or a null `out` nothing is written. Never waits for the build.
+   The call that first shows the end of a build may still hold the counters of a moment before it;
+   the next one holds the final ones. */
 SS_API void ss_status(SystemSearchEngine* engine, EngineStatus* out);
 
 /* Returns the engine's last error as an English sentence, "" when there is none; never null.

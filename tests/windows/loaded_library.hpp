@@ -64,9 +64,8 @@ public:
         return out;
     }
     EngineStatus wait(SystemSearchEngine* engine) const {
-        EngineStatus out = status_of(engine);
-        for (; out.state == SS_ENGINE_RUNNING; out = status_of(engine)) Sleep(0);
-        return out;
+        while (status_of(engine).state == SS_ENGINE_RUNNING) Sleep(0);
+        return status_of(engine);  // the first status of a finished build may mix two moments
     }
     QueryStatus wait(SystemSearchQuery* running) const {
         QueryStatus out{};
