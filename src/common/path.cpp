@@ -17,15 +17,15 @@ constexpr bool has_drive(std::basic_string_view<Char> path) {
             (path[0] >= Char('a') && path[0] <= Char('z')));
 }
 
-// "\\?\", "\\.\" or "\??\", and then the end or a name.
+// "\??\", and then the end or a name.
 template <typename Char>
-constexpr bool has_device_prefix(std::basic_string_view<Char> path) {
-    if (path.size() < 4 || !is_separator(path[0]) || !is_separator(path[3])) return false;
-    if (path.size() > 4 && is_separator(path[4])) return false;
-    if (is_separator(path[1])) return path[2] == Char('?') || path[2] == Char('.');
-    return path[1] == Char('?') && path[2] == Char('?');
+constexpr bool has_object_prefix(std::basic_string_view<Char> path) {
+    return path.size() >= 4 && is_separator(path[0]) && path[1] == Char('?') &&
+           path[2] == Char('?') && is_separator(path[3]) &&
+           (path.size() == 4 || !is_separator(path[4]));
 }
 
+// The device prefixes "\\?" and "\\." are servers of that name, as far as a path's text goes.
 template <typename Char>
 constexpr bool has_server(std::basic_string_view<Char> path) {
     return path.size() >= 3 && is_separator(path[0]) && is_separator(path[1]) &&
@@ -35,7 +35,7 @@ constexpr bool has_server(std::basic_string_view<Char> path) {
 template <typename Char>
 constexpr bool is_absolute(std::basic_string_view<Char> path) {
     if (has_drive(path)) return path.size() >= 3 && is_separator(path[2]);
-    return has_server(path) || has_device_prefix(path);
+    return has_server(path) || has_object_prefix(path);
 }
 
 std::size_t find_separator(std::u16string_view path, std::size_t from) noexcept {
@@ -50,8 +50,8 @@ std::size_t skip_separators(std::u16string_view path, std::size_t from) noexcept
 
 std::size_t root_name_units(std::u16string_view path) noexcept {
     if (has_drive(path)) return 2;
-    if (has_device_prefix(path)) return 3;
-    if (has_server(path)) return find_separator(path, 3);
+    if (has_object_prefix(path)) return 3;
+    if (has_server(path)) return find_separator(path, 2);
     return 0;
 }
 

@@ -22,19 +22,18 @@ using Width = std::integral_constant<std::size_t, kWidth>;
 // Covers `size` elements with calls of step(offset, Width<n>), which returns how many of the n
 // elements from `offset` it took; fewer than n stops. Returns how many leading elements were taken.
 //
-// A rest that is narrower than a vector is covered by a vector that ends where the text ends and so
-// overlaps the one before it: a step must allow elements to be taken twice. That leaves single
-// elements only to texts shorter than 4.
+// The last vector ends where the text ends and may so overlap the one before it: a step must allow
+// elements to be taken twice. That leaves single elements only to texts shorter than 4.
 template <typename Step>
 inline std::size_t take_blocks(std::size_t size, Step step) noexcept {
     std::size_t offset = 0;
 #if defined(SYSTEM_SEARCH_SSE2)
     const auto take = [&](auto width) {
-        for (; size - offset >= width; offset += width) {
+        for (; size - offset > width; offset += width) {
             const std::size_t taken = step(offset, width);
             if (taken != width) return offset + taken;
         }
-        return offset == size ? size : size - width + step(size - width, width);
+        return size - width + step(size - width, width);
     };
     if (size >= 16) return take(Width<16>());
     if (size >= 8) return take(Width<8>());

@@ -290,16 +290,21 @@ TEST(Text, one_fault_is_found_at_every_place_of_an_ascii_text) {
     }
 }
 
-TEST(Text, texts_longer_than_the_stack_buffer_convert_too) {
-    for (std::size_t units : {255u, 256u, 257u, 1000u, 32767u}) {
-        std::u16string wide;
-        while (wide.size() < units) wide += wide.size() % 3 == 0 ? u'\u20AC' : u'x';
-        ASSERT_EQ(encoding_fault(wide), "");
-        std::string utf8;
-        ASSERT_TRUE(plain_encode(wide, utf8));
-        ASSERT_EQ(decoding_fault(utf8, true, wide), "");
-        ASSERT_EQ(encoding_fault(wide + u'\xD800', false, ""), "");
-        ASSERT_EQ(decoding_fault(utf8 + '\xFF', false, u""), "");
+TEST(Text, texts_around_and_over_the_size_of_the_stack_buffer_convert) {
+    std::vector<std::size_t> sizes = {1000, 32767};
+    for (std::size_t size = 250; size < 300; ++size) sizes.push_back(size);
+    // The shortest and the longest UTF-8 that so many units can have, and a mixture.
+    for (const std::u16string_view pattern : {u"x", u"\u20AC", u"\u20ACxx"}) {
+        for (const std::size_t units : sizes) {
+            std::u16string wide;
+            while (wide.size() < units) wide += pattern[wide.size() % pattern.size()];
+            std::string utf8;
+            ASSERT_TRUE(plain_encode(wide, utf8));
+            ASSERT_EQ(encoding_fault(wide, true, utf8), "");
+            ASSERT_EQ(decoding_fault(utf8, true, wide), "");
+            ASSERT_EQ(encoding_fault(wide + u'\xD800', false, ""), "");
+            ASSERT_EQ(decoding_fault(utf8 + '\xFF', false, u""), "");
+        }
     }
 }
 
