@@ -26,9 +26,8 @@ Engine* engine_of(SystemSearchEngine* handle) {
 }
 
 bool start(Engine& engine, const char* scope, const char* cache_path, bool force) {
-    if (engine.thread.joinable()) {
-        if (engine.thread.is_current()) return false;
-        engine.thread.join();
+    if (engine.thread.joinable() && engine.thread.try_join() != system_search::platform::kSuccess) {
+        return false;
     }
     engine.cancel = false;
     engine.skipped = 0;

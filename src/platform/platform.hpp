@@ -36,6 +36,7 @@ inline constexpr Error kInvalidName = 123;
 inline constexpr Error kBadPathName = 161;
 inline constexpr Error kAlreadyExists = 183;
 inline constexpr Error kInvalidDirectory = 267;
+inline constexpr Error kPossibleDeadlock = 1131;
 inline constexpr Error kCannotAccessFile = 1920;   // a reparse point that the system cannot open
 inline constexpr Error kCannotResolveName = 1921;  // links that lead in a circle
 
@@ -199,7 +200,10 @@ public:
     // Only when not joinable(). Any error means that no thread runs.
     Error start(Body body, void* argument) noexcept;
     bool joinable() const noexcept { return handle_ != nullptr; }
-    // Waits for the thread's end. Ends the process when called from the thread itself.
+    // Waits for the thread's end. After an error, which being called from the thread itself is too,
+    // it is still joinable.
+    [[nodiscard]] Error try_join() noexcept;
+    // The same, but ends the process when it fails.
     void join() noexcept;
     bool is_current() const noexcept;
 

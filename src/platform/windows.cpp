@@ -287,11 +287,16 @@ Error Thread::start(Body body, void* argument) noexcept {
     return kSuccess;
 }
 
-void Thread::join() noexcept {
-    if (is_current()) std::terminate();
-    if (WaitForSingleObject(handle_, INFINITE) != WAIT_OBJECT_0) std::terminate();
+Error Thread::try_join() noexcept {
+    if (is_current()) return kPossibleDeadlock;
+    if (WaitForSingleObject(handle_, INFINITE) != WAIT_OBJECT_0) return last_error();
     CloseHandle(handle_);
     handle_ = nullptr;
+    return kSuccess;
+}
+
+void Thread::join() noexcept {
+    if (try_join() != kSuccess) std::terminate();
 }
 
 bool Thread::is_current() const noexcept {

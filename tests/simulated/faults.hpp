@@ -90,9 +90,11 @@ enum Call : std::uint32_t {
     kStartThread = 1u << 14,
     kDriveStrings = 1u << 15,
     kThreadBuffer = 1u << 16,
+    kJoinThread = 1u << 17,
 };
-inline constexpr std::uint32_t kCallKinds = 17;
-inline constexpr std::uint32_t kAllCalls = (1u << kCallKinds) - 1;
+inline constexpr std::uint32_t kCallKinds = 18;
+// A join that fails ends the process nearly everywhere, so it is only meant when it is named.
+inline constexpr std::uint32_t kAllCalls = kJoinThread - 1;
 
 // From now on the `nth` call (from 1) among `calls`, of all threads together, fails with `error`,
 // and the `times - 1` calls after it. Several plans may stand at once. Starts the counting anew.

@@ -119,13 +119,19 @@ Error Thread::start(Body body, void* argument) noexcept {
     return kSuccess;
 }
 
-void Thread::join() noexcept {
-    if (is_current()) std::abort();
+Error Thread::try_join() noexcept {
+    if (is_current()) return kPossibleDeadlock;
     const Quiet quiet;
+    if (const Error planned = enter_call(kJoinThread)) return planned;
     const std::unique_ptr<RunningThread> running(static_cast<RunningThread*>(handle_));
     pthread_join(running->thread, nullptr);
     handle_ = nullptr;
     volume().threads.fetch_sub(1);
+    return kSuccess;
+}
+
+void Thread::join() noexcept {
+    if (try_join() != kSuccess) std::abort();
 }
 
 bool Thread::is_current() const noexcept {
