@@ -4,7 +4,7 @@
 
 namespace console {
 
-/* To be called once, by the main thread, before any other function here. */
+/* To be called once, before any other function here. */
 void watch_for_interrupt();
 
 bool is_interrupted();
@@ -12,13 +12,7 @@ bool is_interrupted();
 /* Waits for the time to pass or for an interrupt, whichever is first. Returns is_interrupted(). */
 bool wait_or_interrupt(unsigned milliseconds);
 
-/* While one lives, an interrupt also breaks off the main thread's blocking read. */
-class InterruptibleRead {
-public:
-    InterruptibleRead();
-    ~InterruptibleRead();
-    InterruptibleRead(const InterruptibleRead&) = delete;
-    InterruptibleRead& operator=(const InterruptibleRead&) = delete;
-};
+/* Waits for a Windows object to be signalled or for an interrupt. Returns is_interrupted(). */
+bool wait_for_or_interrupt(void* object);
 
 }  // namespace console

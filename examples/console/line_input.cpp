@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <memory>
+
 #include "interrupt.hpp"
 #include "utf8.hpp"
 #include "wide_text.hpp"
@@ -12,6 +14,41 @@ namespace {
 constexpr wchar_t kControlZ = 0x1A;
 // One byte that no UTF-8 text holds: stands for console input that is not Unicode.
 constexpr char kMalformedByte = '\xFF';
+
+/* One read of standard input, made on a thread of its own: not every kind of input lets a read be
+   broken off, and Ctrl+C must not wait for it. An abandoned read ends with the process. */
+struct Read {
+    Read(HANDLE input, bool from_terminal) : handle(input), is_terminal(from_terminal) {}
+
+    const HANDLE handle;
+    const bool is_terminal;
+    std::string bytes;  // empty: the end; the main thread looks only after the thread's end
+};
+
+std::string read_terminal(HANDLE handle) {
+    wchar_t units[4096];
+    DWORD count = 0;
+    if (!ReadConsoleW(handle, units, ARRAYSIZE(units), &count, nullptr) || count == 0) return {};
+    if (units[0] == kControlZ) return {};
+    return to_utf8({units, count}).value_or(std::string{kMalformedByte, '\n'});
+}
+
+std::string read_bytes(HANDLE handle) {
+    std::string bytes(64 * 1024, '\0');
+    DWORD count = 0;
+    if (!ReadFile(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr))
+        return {};
+    bytes.resize(count);
+    return bytes;
+}
+
+DWORD WINAPI run_read(void* argument) {
+    const std::unique_ptr<std::shared_ptr<Read>> share(
+        static_cast<std::shared_ptr<Read>*>(argument));
+    Read& read = **share;
+    read.bytes = read.is_terminal ? read_terminal(read.handle) : read_bytes(read.handle);
+    return 0;
+}
 
 }  // namespace
 
@@ -57,23 +94,17 @@ bool LineInput::read_raw_line(std::string& line) {
 }
 
 bool LineInput::fill() {
-    const InterruptibleRead interruptible;
-    if (ended_ || is_interrupted()) return false;
-    if (is_terminal_) {
-        wchar_t units[4096];
-        DWORD count = 0;
-        ended_ = !ReadConsoleW(handle_, units, ARRAYSIZE(units), &count, nullptr) || count == 0 ||
-                 units[0] == kControlZ;
-        // An aborted read returns before the handler has been told of the Ctrl+C that aborted it.
-        if (count == 0) wait_or_interrupt(200);
-        if (ended_) return false;
-        buffer_ += to_utf8({units, count}).value_or(std::string{kMalformedByte, '\n'});
-    } else {
-        char bytes[4096];
-        DWORD count = 0;
-        ended_ = !ReadFile(handle_, bytes, sizeof bytes, &count, nullptr) || count == 0;
-        buffer_.append(bytes, count);
-    }
+    if (ended_) return false;
+    const auto read = std::make_shared<Read>(handle_, is_terminal_);
+    auto* const its_share = new std::shared_ptr<Read>(read);
+    const HANDLE thread = CreateThread(nullptr, 0, run_read, its_share, 0, nullptr);
+    if (!thread) delete its_share;
+    const bool is_read = thread && !wait_for_or_interrupt(thread);
+    if (thread) CloseHandle(thread);
+    // Ctrl+C ends a read of the console before the handler has been told of it.
+    if (is_read && is_terminal_ && read->bytes.empty()) wait_or_interrupt(200);
+    ended_ = !is_read || read->bytes.empty() || is_interrupted();
+    if (!ended_) buffer_ += read->bytes;
     return !ended_;
 }
 

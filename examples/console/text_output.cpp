@@ -38,7 +38,8 @@ void TextOutput::flush() {
     if (!failed_ && !pending_.empty() && !(is_terminal_ ? write_console() : write_bytes())) {
         const DWORD error = GetLastError();
         failed_ = true;
-        reader_left_ = error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA;
+        reader_left_ = error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA ||
+                       error == ERROR_PIPE_NOT_CONNECTED;
     }
     pending_.clear();
 }
