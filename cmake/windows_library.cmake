@@ -7,7 +7,7 @@ configure_file(${PROJECT_SOURCE_DIR}/src/system_search.rc.in ${PROJECT_BINARY_DI
 add_library(system_search SHARED
   ${CORE_SOURCES} ${platform_sources} ${attach_source} ${PROJECT_BINARY_DIR}/system_search.rc
   ${PROJECT_SOURCE_DIR}/src/system_search.def)
-add_library(system_search::system_search ALIAS system_search)
+add_library(SystemSearch::system_search ALIAS system_search)
 target_include_directories(system_search
   PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   PRIVATE ${PROJECT_SOURCE_DIR}/src)
