@@ -72,4 +72,8 @@ struct Entry {
 
 static_assert(sizeof(Entry) == 32, "an index holds millions of these");
 
+// The result order: whole paths, so that results come grouped by folder; by folded path, then by
+// stored path, as unsigned bytes.
+bool orders_before(const Entry& a, const Entry& b);
+
 }  // namespace system_search

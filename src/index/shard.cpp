@@ -1,18 +1,32 @@
 #include "index/shard.hpp"
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
+#include <new>
 
 #include "common/text.hpp"
+#include "index/shard_plan.hpp"
+#include "index/signature.hpp"
 
 namespace system_search {
 namespace {
 
-constexpr std::size_t kLengthBytes = sizeof(std::uint16_t);
+// Hands out a block's memory from front to back; what needs the widest alignment comes first.
+class Cursor {
+public:
+    explicit Cursor(std::byte* at) : at_(at) {}
 
-std::uint32_t name_offset(std::string_view path) {
-    const std::size_t separator = path.rfind('/');
-    return separator == std::string_view::npos ? 0 : static_cast<std::uint32_t>(separator + 1);
-}
+    template <typename T>
+    T* take(std::size_t count) {
+        T* const taken = reinterpret_cast<T*>(at_);
+        at_ += count * sizeof(T);
+        return taken;
+    }
+
+private:
+    std::byte* at_;
+};
 
 // Both write a text and its NUL at `out` and return the end of what they wrote.
 char* store_folded(std::string_view text, char* out) {
@@ -26,92 +40,122 @@ char* store_with_length(std::string_view text, char* out) {
     std::memcpy(out, &length, kLengthBytes);
     std::memcpy(out + kLengthBytes, text.data(), text.size());
     out[kLengthBytes + text.size()] = '\0';
-    return out + kLengthBytes + text.size() + 1;
+    return out + stored_path_bytes(text.size());
 }
 
-// The folders of the entries before the one in hand, from the top down: a walk comes back to each
-// of them after every subfolder. Finding the folder again lets all its entries share one text.
-class OpenFolders {
-public:
-    // The number of `folder` in the order of first appearance.
-    std::uint32_t number_of(std::string_view folder) {
-        while (!open_.empty() && !folder.starts_with(open_.back().text)) open_.pop_back();
-        if (open_.empty() || open_.back().text.size() != folder.size()) {
-            open_.push_back({folder, static_cast<std::uint32_t>(all_.size())});
-            all_.push_back(folder);
-        }
-        return open_.back().number;
-    }
-    const std::vector<std::string_view>& all() const { return all_; }
+Signature entry_signature(const Segment& segment, std::uint32_t i) {
+    const Entry& entry = segment.entries[i];
+    const std::string_view folded_name = segment.folded_name(i);
+    Signature signature = name_signature(folded_name);
+    const bool is_folder = entry.kind == kKindFolder;
+    const bool has_upper = std::memcmp(entry.path.c_str() + entry.name_offset, folded_name.data(),
+                                       folded_name.size()) != 0;
+    signature.bytes |= std::uint64_t{is_folder} << kFolderBit;
+    signature.bytes |= std::uint64_t{has_upper} << kUpperNameBit;
+    return signature;
+}
 
-private:
-    struct Folder {
-        std::string_view text;
-        std::uint32_t number;
-    };
-    std::vector<Folder> open_;
-    std::vector<std::string_view> all_;
-};
+void fill_columns(const Segment& segment, std::uint64_t* columns) {
+    std::uint64_t bytes[64];
+    std::uint64_t pairs[64];
+    for (std::uint32_t word = 0; word < segment.words; ++word) {
+        const std::uint32_t first = word * 64;
+        const std::uint32_t rows = std::min(segment.size - first, std::uint32_t{64});
+        for (std::uint32_t row = 0; row < rows; ++row) {
+            const Signature signature = entry_signature(segment, first + row);
+            bytes[row] = signature.bytes;
+            pairs[row] = signature.pairs;
+        }
+        std::fill(bytes + rows, bytes + 64, 0);
+        std::fill(pairs + rows, pairs + 64, 0);
+        transpose(bytes);
+        transpose(pairs);
+        for (unsigned bit = 0; bit < 64; ++bit) {
+            columns[bit * segment.words + word] = bytes[bit];
+            columns[(64 + bit) * segment.words + word] = pairs[bit];
+        }
+    }
+}
+
+std::uint32_t count_folders(const Segment& segment) {
+    std::uint32_t folders = 0;
+    for (std::uint32_t word = 0; word < segment.words; ++word) {
+        folders += static_cast<std::uint32_t>(std::popcount(segment.column(kFolderBit)[word]));
+    }
+    return folders;
+}
+
+const Entry* least_entry(const Segment& segment) {
+    const Entry* least = segment.entries;
+    for (std::uint32_t i = 1; i < segment.size; ++i) {
+        if (orders_before(segment.entries[i], *least)) least = &segment.entries[i];
+    }
+    return least;
+}
 
 }  // namespace
 
 Shard::Shard(const Batch& batch) {
-    struct Measure {
-        std::uint32_t name_offset;
-        std::uint32_t folder;
-    };
+    const ShardPlan plan(batch);
     const std::size_t count = batch.size();
-    std::vector<Measure> measures(count);
-
-    OpenFolders folders;
-    std::size_t names_bytes = 0;
-    std::size_t paths_bytes = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::string_view path = batch.path(batch.records()[i]);
-        const std::uint32_t offset = name_offset(path);
-        measures[i] = {offset, folders.number_of(path.substr(0, offset))};
-        names_bytes += path.size() - offset + 1;
-        paths_bytes += kLengthBytes + path.size() + 1;
-    }
-    std::size_t folders_bytes = 0;
-    for (const std::string_view folder : folders.all()) folders_bytes += folder.size() + 1;
-
-    const std::size_t starts_offset = count * sizeof(Entry);
-    const std::size_t names_offset = starts_offset + (count + 1) * sizeof(std::uint32_t);
-    const std::size_t folders_offset = names_offset + names_bytes;
-    const std::size_t paths_offset = folders_offset + folders_bytes;
-    block_bytes_ = paths_offset + paths_bytes;
+    block_bytes_ = count * sizeof(Entry) + plan.segments.size() * sizeof(Segment) +
+                   plan.column_words * sizeof(std::uint64_t) + (count + 1) * sizeof(std::uint32_t) +
+                   plan.runs.size() * sizeof(FolderRun) + plan.names_bytes + plan.folders_bytes +
+                   plan.paths_bytes + kTextPadding;
     block_ = std::make_unique_for_overwrite<std::byte[]>(block_bytes_);
 
-    auto* const entries = reinterpret_cast<Entry*>(block_.get());
-    auto* const starts = reinterpret_cast<std::uint32_t*>(block_.get() + starts_offset);
-    char* const names = reinterpret_cast<char*>(block_.get() + names_offset);
+    Cursor cursor(block_.get());
+    auto* const entries = cursor.take<Entry>(count);
+    auto* const segments = cursor.take<Segment>(plan.segments.size());
+    auto* columns = cursor.take<std::uint64_t>(plan.column_words);
+    auto* const name_starts = cursor.take<std::uint32_t>(count + 1);
+    auto* const runs = cursor.take<FolderRun>(plan.runs.size());
+    char* const names = cursor.take<char>(plan.names_bytes);
+    char* folder = cursor.take<char>(plan.folders_bytes);
+    char* path_out = cursor.take<char>(plan.paths_bytes);
+    std::memset(cursor.take<char>(kTextPadding), 0, kTextPadding);
 
-    std::vector<const char*> folded_folders(folders.all().size());
-    char* out = reinterpret_cast<char*>(block_.get() + folders_offset);
+    std::copy(plan.runs.begin(), plan.runs.end(), runs);
+    std::vector<const char*> folded_folders(plan.folders.size());
     for (std::size_t i = 0; i < folded_folders.size(); ++i) {
-        folded_folders[i] = out;
-        out = store_folded(folders.all()[i], out);
+        folded_folders[i] = folder;
+        folder = store_folded(plan.folders[i].text, folder);
     }
 
     char* name = names;
     for (std::size_t i = 0; i < count; ++i) {
         const Batch::Record& record = batch.records()[i];
+        const ShardPlan::EntryPlan& planned = plan.entries[i];
         const std::string_view path = batch.path(record);
-        starts[i] = static_cast<std::uint32_t>(name - names);
-        ::new (&entries[i]) Entry{StoredText(out + kLengthBytes),
-                                  {folded_folders[measures[i].folder], name},
-                                  measures[i].name_offset,
+        name_starts[i] = static_cast<std::uint32_t>(name - names);
+        ::new (&entries[i]) Entry{StoredText(path_out + kLengthBytes),
+                                  {folded_folders[planned.folder], name},
+                                  planned.name_offset,
                                   record.kind};
-        name = store_folded(path.substr(measures[i].name_offset), name);
-        out = store_with_length(path, out);
-        folders_ += record.kind == kKindFolder;
+        name = store_folded(path.substr(planned.name_offset), name);
+        path_out = store_with_length(path, path_out);
     }
-    starts[count] = static_cast<std::uint32_t>(name - names);
+    name_starts[count] = static_cast<std::uint32_t>(name - names);
 
+    for (std::size_t i = 0; i < plan.segments.size(); ++i) {
+        const ShardPlan::SegmentPlan& planned = plan.segments[i];
+        Segment& segment = *::new (&segments[i]) Segment{};
+        segment.entries = entries + planned.first_entry;
+        segment.size = static_cast<std::uint32_t>(planned.size);
+        segment.words = static_cast<std::uint32_t>(planned.words);
+        segment.columns = columns;
+        segment.runs = runs + planned.first_run;
+        segment.run_count = static_cast<std::uint32_t>(planned.run_count);
+        segment.name_starts = name_starts + planned.first_entry;
+        segment.names = names;
+        segment.folder_texts = {folded_folders[planned.first_folder], planned.folders_bytes};
+        fill_columns(segment, columns);
+        columns += planned.words * kSignatureBits;
+        segment.folders = count_folders(segment);
+        segment.least = least_entry(segment);
+    }
     entries_ = {entries, count};
-    name_starts_ = {starts, count + 1};
-    names_ = {names, names_bytes};
+    segments_ = {segments, plan.segments.size()};
 }
 
 void Batch::add(std::string_view folder, std::string_view name, std::uint32_t kind) {

@@ -1,14 +1,21 @@
-// A shard: up to 1024 entries and their texts, never changed once built.
+// A shard: entries and their texts, never changed once built.
 //
 // Producers collect paths in a Batch, which belongs to one thread. Building a shard copies them
 // into one exactly sized block and derives all that makes a scan cheap, once, so that no query
-// prepares anything per entry. The block, in this order:
+// prepares anything per entry. A scan's unit is the segment, 1024 neighbouring entries: an index's
+// shard is one segment, the one shard of a folder listing may be many.
+//
+// The block, in this order:
 //
 //   entries      Entry[n]
+//   segments     Segment[(n + 1023) / 1024]
+//   columns      per segment: its names' signatures, one bitmap per signature bit
 //   name starts  uint32[n + 1], positions in `names`
+//   runs         per segment: FolderRun[runs + 1], neighbours that share a folder
 //   names        the folded names, each closed by a NUL, in entry order
-//   folders      the folded folders, each closed by a NUL and shared by its entries
+//   folders      per segment: the folded folders, each closed by a NUL and shared by its entries
 //   paths        per entry: length, path, NUL
+//   padding      so that a vector may be loaded from any byte of any text
 //
 // A reader needs no lock: it holds a reference to the shard and only reads.
 #pragma once
@@ -26,8 +33,47 @@
 namespace system_search {
 
 inline constexpr std::size_t kShardEntries = 1024;
+inline constexpr std::size_t kSegmentEntries = 1024;
+// Readable bytes behind every text of a shard.
+inline constexpr std::size_t kTextPadding = 16;
 
 class Batch;
+
+// Neighbouring entries of a segment whose stored folders (the path before the name) are equal.
+struct FolderRun {
+    std::uint32_t folder_start;  // into the segment's folder texts
+    std::uint16_t folder_bytes;
+    // How much of the folder is the same as in the run before: whole components, so that it ends
+    // behind a "/". 0 in a segment's first run.
+    std::uint16_t shared_bytes;
+    std::uint16_t first;  // its first entry, counted within the segment
+};
+
+struct Segment {
+    const Entry* entries;
+    std::uint32_t size;   // 1 to kSegmentEntries
+    std::uint32_t words;  // the 64-bit words of a bitmap with one bit per entry
+
+    const std::uint64_t* columns;  // kSignatureBits bitmaps of `words` words each
+    const FolderRun* runs;         // `run_count` of them, and one more whose `first` is `size`
+    std::uint32_t run_count;
+    std::uint32_t folders;  // how many entries are folders
+
+    const std::uint32_t* name_starts;  // into `names`; one more closes the last
+    const char* names;                 // the whole shard's
+    std::string_view folder_texts;     // every folder of the runs, once
+    const Entry* least;                // the first in result order
+
+    const std::uint64_t* column(unsigned signature_bit) const {
+        return columns + std::size_t{signature_bit} * words;
+    }
+    std::string_view folded_name(std::uint32_t entry) const {
+        return {names + name_starts[entry], name_starts[entry + 1] - name_starts[entry] - 1};
+    }
+    std::string_view folded_folder(const FolderRun& run) const {
+        return {folder_texts.data() + run.folder_start, run.folder_bytes};
+    }
+};
 
 class Shard {
 public:
@@ -37,23 +83,14 @@ public:
 
     std::size_t size() const { return entries_.size(); }
     std::span<const Entry> entries() const { return entries_; }
-
-    // All folded names behind one another, each closed by a NUL, which no name holds: a match in
-    // this text never spans two names.
-    std::string_view names() const { return names_; }
-    // name_starts()[i] is where entry i's name begins in names(); one more closes the last.
-    std::span<const std::uint32_t> name_starts() const { return name_starts_; }
-
-    std::uint32_t folders() const { return folders_; }  // how many entries are folders
+    std::span<const Segment> segments() const { return segments_; }
     std::size_t block_bytes() const { return block_bytes_; }
 
 private:
     std::unique_ptr<std::byte[]> block_;
     std::size_t block_bytes_ = 0;
     std::span<const Entry> entries_;
-    std::span<const std::uint32_t> name_starts_;
-    std::string_view names_;
-    std::uint32_t folders_ = 0;
+    std::span<const Segment> segments_;
 };
 
 // The entries not yet published, in the order in which they were found. Its memory is kept from

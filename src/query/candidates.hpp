@@ -8,14 +8,15 @@
 
 namespace system_search {
 
-// The result order: by folded path, then by stored path, as unsigned bytes.
-bool orders_before(const Entry& a, const Entry& b);
-
 // A binary max-heap: the greatest of the kept entries is on top, ready to be replaced.
 class Candidates {
 public:
     explicit Candidates(std::size_t limit) : limit_(limit) {}
 
+    // Whether offering the entry would keep it. Never, if not for an entry that orders before it.
+    bool would_keep(const Entry& entry) const {
+        return heap_.size() < limit_ || orders_before(entry, *heap_.front());
+    }
     // Keeps the entry if it is among the `limit` least so far. Of entries with equal texts the
     // one met first stays. Throws std::bad_alloc.
     void offer(const Entry& entry);

@@ -6,37 +6,18 @@
 #include "query/candidates.hpp"
 #include "query/metadata.hpp"
 #include "query/pattern.hpp"
-#include "query/wildcard.hpp"
+#include "query/scan.hpp"
 
 namespace system_search {
 namespace {
-
-// The text of an entry that the pattern is held against; `buffer` may come to hold it.
-std::string_view subject_of(const Pattern& pattern, const Entry& entry, std::string& buffer) {
-    if (!pattern.match_path) return pattern.match_case ? entry.name() : entry.folded_name();
-    return pattern.match_case ? entry.path.view() : entry.folded_path_in(buffer);
-}
-
-bool matches(const Pattern& pattern, std::string_view subject, const std::atomic<bool>& cancel) {
-    if (pattern.wildcard) return wildcard_match(pattern.text, subject, cancel);
-    return subject.find(pattern.text) != std::string_view::npos;
-}
 
 // Returns the run's final state.
 std::uint32_t run(Query& query, std::string_view text, std::uint32_t flags, std::uint32_t kind,
                   std::uint32_t limit) {
     const Pattern pattern(text, flags);
     Candidates candidates(limit);
-    std::string buffer;
-    for (const std::shared_ptr<const Shard>& shard : query.shards) {
-        for (const Entry& entry : shard->entries()) {
-            if (query.cancel) return SS_QUERY_CANCELLED;
-            if (kind != SS_KIND_ANY && kind != entry.kind) continue;
-            const std::string_view subject = subject_of(pattern, entry, buffer);
-            if (!matches(pattern, subject, query.cancel)) continue;
-            ++query.matched;
-            candidates.offer(entry);
-        }
+    if (!scan(query.shards, pattern, kind, query.cancel, candidates, query.matched)) {
+        return SS_QUERY_CANCELLED;
     }
     query.results = candidates.take_sorted();
 

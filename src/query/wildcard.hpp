@@ -12,13 +12,36 @@ constexpr bool is_continuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
-// The position after the code point at `position`; never beyond the end. Continuation bytes belong
-// to whatever stands before them, so that text which is not UTF-8 has code points as well.
-std::size_t next_code_point(std::string_view text, std::size_t position);
+class Wildcard {
+public:
+    // How far a match has come.
+    struct State {
+        std::size_t p = 0;                          // in the pattern
+        std::size_t v = 0;                          // in the subject
+        std::size_t star = std::string_view::npos;  // the last "*" met
+        std::size_t mark = 0;                       // how far that "*" reaches, so far
+    };
+    enum class Outcome { kOpen, kAccepted, kRejected };
 
-// Whether the pattern matches all of the subject. False once `cancel` is set: a long subject and a
-// pattern of many stars may take long.
-bool wildcard_match(std::string_view pattern, std::string_view subject,
-                    const std::atomic<bool>& cancel);
+    // The pattern must outlive this, and holds no "**". `cancel` ends a long match as rejected.
+    Wildcard(std::string_view pattern, const std::atomic<bool>& cancel);
+
+    // Whether the pattern matches all of the subject.
+    bool matches(std::string_view subject) const;
+
+    // Takes a match on until the position `stop` of the subject is reached; what stands there must
+    // not be a continuation byte. The state then is the same for every subject that begins like
+    // this one. Accepted and rejected hold for all of those.
+    Outcome advance(std::string_view subject, std::size_t stop, State& state) const;
+    // The same to the subject's end.
+    bool finish(std::string_view subject, State state) const;
+
+private:
+    std::string_view pattern_;
+    std::string_view prefix_;  // the bytes before the first wildcard
+    std::string_view suffix_;  // the bytes behind the last one
+    bool one_star_;            // and no "?": prefix and suffix decide
+    const std::atomic<bool>& cancel_;
+};
 
 }  // namespace system_search

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "index/path_corpus.hpp"
+#include "index/signature.hpp"
 
 namespace system_search {
 namespace {
@@ -99,7 +100,8 @@ TEST(Shard, entries_keep_the_order_and_the_kinds_of_the_batch) {
     const Shard shard(batch);
 
     ASSERT_EQ(shard.size(), 5u);
-    EXPECT_EQ(shard.folders(), 2u);
+    ASSERT_EQ(shard.segments().size(), 1u);
+    EXPECT_EQ(shard.segments()[0].folders, 2u);
     const std::vector<std::pair<std::string_view, std::uint32_t>> expected = {
         {"C:/b", kKindFolder}, {"C:/b/z", kKindFile}, {"C:/b/a", kKindFolder},
         {"C:/a", kKindFile},   {"C:/a", kKindFile},
@@ -133,12 +135,83 @@ TEST(Shard, folders_that_differ_in_case_keep_their_own_paths) {
 TEST(Shard, names_stand_behind_one_another_in_entry_order) {
     const Shard shard(batch_of({"C:/One", "C:/Two/three", "FOUR", "C:/"}));
     using namespace std::string_view_literals;
-    EXPECT_EQ(shard.names(), "one\0three\0four\0\0"sv);
-    const std::vector<std::uint32_t> starts(shard.name_starts().begin(), shard.name_starts().end());
-    EXPECT_EQ(starts, (std::vector<std::uint32_t>{0, 4, 10, 15, 16}));
-    for (std::size_t i = 0; i < shard.size(); ++i) {
-        EXPECT_EQ(shard.entries()[i].folded_path.name, shard.names().data() + starts[i]);
+    const Segment& segment = shard.segments()[0];
+    EXPECT_EQ(std::string_view(segment.names, segment.name_starts[4]), "one\0three\0four\0\0"sv);
+    for (std::uint32_t i = 0; i < shard.size(); ++i) {
+        EXPECT_EQ(segment.folded_name(i), shard.entries()[i].folded_name());
+        EXPECT_EQ(segment.folded_name(i).data(), shard.entries()[i].folded_path.name);
     }
+}
+
+TEST(Shard, segments_of_1024_cover_all_entries_in_order) {
+    for (const std::size_t count : {0u, 1u, 1023u, 1024u, 1025u, 5000u}) {
+        std::vector<std::string> paths;
+        for (std::size_t i = 0; i < count; ++i) paths.push_back("C:/f/" + std::to_string(i));
+        const Shard shard(batch_of(paths));
+        ASSERT_EQ(shard.segments().size(), (count + 1023) / 1024);
+        std::size_t covered = 0;
+        for (const Segment& segment : shard.segments()) {
+            EXPECT_EQ(segment.entries, shard.entries().data() + covered);
+            EXPECT_EQ(segment.words, (segment.size + 63) / 64);
+            EXPECT_LE(segment.size, 1024u);
+            covered += segment.size;
+            EXPECT_EQ(segment.folded_name(segment.size - 1), std::to_string(covered - 1));
+        }
+        EXPECT_EQ(covered, count);
+    }
+}
+
+TEST(Shard, runs_hold_neighbours_of_one_stored_folder_and_what_it_shares_with_the_one_before) {
+    const Shard shard(batch_of({"C:/Music/a", "C:/Music/Live/b", "C:/Music/Live/c", "C:/Music/d",
+                                "C:/music/e", "C:/MusicX/f", "g", "C:/h"}));
+    struct Run {
+        std::string_view folder;
+        std::uint16_t first;
+        std::uint16_t shared_bytes;
+    };
+    const std::vector<Run> expected = {{"c:/music/", 0, 0},  {"c:/music/live/", 1, 9},
+                                       {"c:/music/", 3, 9},  {"c:/music/", 4, 3},
+                                       {"c:/musicx/", 5, 3}, {"", 6, 0},
+                                       {"c:/", 7, 0}};
+    const Segment& segment = shard.segments()[0];
+    ASSERT_EQ(segment.run_count, expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(segment.folded_folder(segment.runs[i]), expected[i].folder) << i;
+        EXPECT_EQ(segment.runs[i].first, expected[i].first) << i;
+        EXPECT_EQ(segment.runs[i].shared_bytes, expected[i].shared_bytes) << i;
+    }
+    EXPECT_EQ(segment.runs[segment.run_count].first, shard.size());
+}
+
+TEST(Shard, columns_hold_the_signature_of_every_name) {
+    Batch batch;
+    PathCorpus corpus(/*seed=*/3);
+    for (std::size_t i = 0; i < 1500; ++i) batch.add(corpus.next(), i % 3 == 0 ? 2 : 1);
+    const Shard shard(batch);
+    for (const Segment& segment : shard.segments()) {
+        for (std::uint32_t i = 0; i < segment.size; ++i) {
+            const Entry& entry = segment.entries[i];
+            Signature signature = name_signature(entry.folded_name());
+            if (entry.kind == kKindFolder) signature.bytes |= 1u << kFolderBit;
+            if (entry.name() != entry.folded_name()) signature.bytes |= 1u << kUpperNameBit;
+            for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
+                const std::uint64_t half = bit < 64 ? signature.bytes : signature.pairs;
+                ASSERT_EQ(segment.column(bit)[i / 64] >> (i % 64) & 1, half >> (bit % 64) & 1);
+            }
+        }
+        for (std::uint32_t i = segment.size; i < segment.words * 64; ++i) {
+            for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
+                ASSERT_EQ(segment.column(bit)[i / 64] >> (i % 64) & 1, 0u) << "no entry " << i;
+            }
+        }
+    }
+}
+
+TEST(Shard, least_entry_comes_first_in_result_order) {
+    EXPECT_EQ(Shard(batch_of({"C:/b", "C:/A/z", "C:/a/y"})).segments()[0].least->path.view(),
+              "C:/a/y");
+    EXPECT_EQ(Shard(batch_of({"C:/a/x", "C:/A/x"})).segments()[0].least->path.view(), "C:/A/x");
+    EXPECT_EQ(Shard(batch_of({"C:/a/x", "C:/a"})).segments()[0].least->path.view(), "C:/a");
 }
 
 TEST(Shard, agrees_with_the_rule_on_whole_trees) {

@@ -1,0 +1,100 @@
+#include "index/shard_plan.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+#include "index/signature.hpp"
+
+namespace system_search {
+namespace {
+
+std::uint32_t name_offset(std::string_view path) {
+    const std::size_t separator = path.rfind('/');
+    return separator == std::string_view::npos ? 0 : static_cast<std::uint32_t>(separator + 1);
+}
+
+// The bytes that two folders begin with in common, whole components only.
+std::uint16_t shared_bytes(std::string_view a, std::string_view b) {
+    const std::size_t limit = std::min(a.size(), b.size());
+    std::size_t shared = 0;
+    while (limit - shared >= sizeof(std::uint64_t) &&
+           std::memcmp(a.data() + shared, b.data() + shared, sizeof(std::uint64_t)) == 0) {
+        shared += sizeof(std::uint64_t);
+    }
+    while (shared < limit && a[shared] == b[shared]) ++shared;
+    while (shared != 0 && a[shared - 1] != '/') --shared;
+    return static_cast<std::uint16_t>(shared);
+}
+
+// The folders of the entries before the one in hand, from the top down: a walk comes back to each
+// of them after every subfolder. Finding the folder again lets all its entries share one text.
+class OpenFolders {
+public:
+    explicit OpenFolders(std::vector<ShardPlan::Folder>& all) : all_(all) {}
+
+    std::uint32_t number_of(std::string_view folder) {
+        while (!open_.empty() && !folder.starts_with(open_.back().text)) open_.pop_back();
+        if (open_.empty() || open_.back().text.size() != folder.size()) {
+            open_.push_back({folder, static_cast<std::uint32_t>(all_.size())});
+            all_.push_back({folder, bytes_});
+            bytes_ += static_cast<std::uint32_t>(folder.size()) + 1;
+        }
+        return open_.back().number;
+    }
+    std::uint32_t bytes() const { return bytes_; }
+
+private:
+    struct Open {
+        std::string_view text;
+        std::uint32_t number;
+    };
+    std::vector<Open> open_;
+    std::vector<ShardPlan::Folder>& all_;
+    std::uint32_t bytes_ = 0;
+};
+
+}  // namespace
+
+ShardPlan::ShardPlan(const Batch& batch) : entries(batch.size()) {
+    for (std::size_t first = 0; first < batch.size(); first += kSegmentEntries) {
+        add_segment(batch, first, std::min(kSegmentEntries, batch.size() - first));
+    }
+}
+
+void ShardPlan::add_segment(const Batch& batch, std::size_t first, std::size_t size) {
+    SegmentPlan segment{};
+    segment.first_entry = first;
+    segment.size = size;
+    segment.first_folder = folders.size();
+    segment.first_run = runs.size();
+
+    OpenFolders open(folders);
+    std::string_view run_folder;
+    for (std::size_t i = first; i < first + size; ++i) {
+        const std::string_view path = batch.path(batch.records()[i]);
+        EntryPlan& entry = entries[i];
+        entry.name_offset = name_offset(path);
+        names_bytes += path.size() - entry.name_offset + 1;
+        paths_bytes += stored_path_bytes(path.size());
+
+        const std::string_view folder = path.substr(0, entry.name_offset);
+        if (i != first && folder == run_folder) {
+            entry.folder = entries[i - 1].folder;
+            continue;
+        }
+        entry.folder = open.number_of(folder);
+        runs.push_back({folders[entry.folder].start, static_cast<std::uint16_t>(folder.size()),
+                        shared_bytes(run_folder, folder), static_cast<std::uint16_t>(i - first)});
+        run_folder = folder;
+    }
+    segment.run_count = runs.size() - segment.first_run;
+    runs.push_back({0, 0, 0, static_cast<std::uint16_t>(size)});
+
+    segment.folders_bytes = open.bytes();
+    folders_bytes += segment.folders_bytes;
+    segment.words = (size + 63) / 64;
+    column_words += segment.words * kSignatureBits;
+    segments.push_back(segment);
+}
+
+}  // namespace system_search

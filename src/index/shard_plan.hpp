@@ -1,0 +1,53 @@
+// What has to be known about a batch before the block of its shard can be allocated.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "index/shard.hpp"
+
+namespace system_search {
+
+struct ShardPlan {
+    struct EntryPlan {
+        std::uint32_t name_offset;
+        std::uint32_t folder;  // its number in `folders`
+    };
+    struct Folder {
+        std::string_view text;  // as stored, in the batch
+        std::uint32_t start;    // into the segment's folder texts
+    };
+    struct SegmentPlan {
+        std::size_t first_entry;
+        std::size_t size;
+        std::size_t first_folder;
+        std::size_t folders_bytes;
+        std::size_t first_run;
+        std::size_t run_count;
+        std::size_t words;
+    };
+
+    explicit ShardPlan(const Batch& batch);
+
+    std::vector<EntryPlan> entries;
+    std::vector<Folder> folders;
+    std::vector<FolderRun> runs;  // those that close a segment included
+    std::vector<SegmentPlan> segments;
+    std::size_t column_words = 0;
+    std::size_t names_bytes = 0;
+    std::size_t folders_bytes = 0;
+    std::size_t paths_bytes = 0;
+
+private:
+    void add_segment(const Batch& batch, std::size_t first, std::size_t size);
+};
+
+// What a path takes in the block: its length, its bytes, its NUL.
+inline constexpr std::size_t kLengthBytes = sizeof(std::uint16_t);
+constexpr std::size_t stored_path_bytes(std::size_t path_bytes) {
+    return kLengthBytes + path_bytes + 1;
+}
+
+}  // namespace system_search

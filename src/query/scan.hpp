@@ -1,0 +1,18 @@
+// The scan: every entry of the shards is matched, counted, and offered as a result.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "index/index.hpp"
+#include "query/candidates.hpp"
+#include "query/pattern.hpp"
+
+namespace system_search {
+
+// Returns false when `cancel` ended it, within the work of one segment. `kind` is SS_KIND_...
+// Throws std::bad_alloc.
+bool scan(const ShardList& shards, const Pattern& pattern, std::uint32_t kind,
+          const std::atomic<bool>& cancel, Candidates& candidates, std::uint32_t& matched);
+
+}  // namespace system_search
