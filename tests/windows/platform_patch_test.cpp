@@ -1,0 +1,468 @@
+// What the shipped DLL makes of answers that Wine never gives: the system functions that the DLL
+// imports are replaced in this process, so that marked names come back as junctions, odd reparse
+// points or invalid text, and calls on marked paths fail.
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <thread>
+
+#include "windows/engine_host.hpp"
+#include "windows/import_table.hpp"
+
+namespace {
+
+// ---- The replaced functions ---------------------------------------------------------------------
+
+// What the next build meets. Set before a build, read by its thread.
+struct Script {
+    DWORD open_error = ERROR_ACCESS_DENIED;  // for folders called "mark unopenable"
+    DWORD status_error = 0;                  // of GetFileAttributesExW
+    std::optional<DWORD> status_attributes;
+    DWORD target_error = 0;  // of CreateFileW without rights to the contents
+    DWORD tag_error = 0;     // of GetFileInformationByHandleEx
+    std::optional<FILE_ATTRIBUTE_TAG_INFO> tag_info;
+    std::wstring drives;  // NULs included; empty: the system's own
+    std::optional<DWORD> drives_result;
+    bool threads_start = true;
+    bool joins_fail = false;
+    bool slots_run_out = false;
+    HANDLE at_mark = nullptr;  // the build thread waits here at a file called "mark hold"
+    HANDLE go_on = nullptr;
+};
+Script script;
+std::atomic<int> open_searches{0};
+
+// The folder whose reading fails after its first child: only one at a time.
+std::atomic<HANDLE> failing_search{nullptr};
+// A search that leaves out "." and "..", as the root of a drive does.
+std::atomic<HANDLE> bare_search{nullptr};
+
+bool has_mark(std::wstring_view path, std::wstring_view mark) {
+    return path.find(mark) != path.npos;
+}
+
+template <class Result>
+Result fail(DWORD error, Result result) {
+    SetLastError(error);
+    return result;
+}
+
+void set_type(WIN32_FIND_DATAW& found, DWORD attributes, DWORD tag) {
+    found.dwFileAttributes = attributes;
+    found.dwReserved0 = tag;
+}
+
+void apply_marks(WIN32_FIND_DATAW& found) {
+    constexpr DWORD kReparseFolder = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    constexpr DWORD kReparseFile = FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_REPARSE_POINT;
+    const std::wstring_view name = found.cFileName;
+    if (name == L"mark junction") set_type(found, kReparseFolder, IO_REPARSE_TAG_MOUNT_POINT);
+    if (name == L"mark folder link") set_type(found, kReparseFolder, IO_REPARSE_TAG_SYMLINK);
+    if (name == L"mark file link") set_type(found, kReparseFile, IO_REPARSE_TAG_SYMLINK);
+    if (name == L"mark cloud folder") set_type(found, kReparseFolder, 0x9000001A);
+    if (name == L"mark cloud file") set_type(found, kReparseFile, 0x9000001A);
+    if (name == L"mark stale tag") found.dwReserved0 = IO_REPARSE_TAG_MOUNT_POINT;
+    if (name == L"mark typeless") found.dwFileAttributes = INVALID_FILE_ATTRIBUTES;
+    if (name == L"mark high") found.cFileName[5] = 0xD800;
+    if (name == L"mark low") found.cFileName[5] = 0xDC00;
+    if (name == L"mark pair") {
+        found.cFileName[5] = 0xD83D;
+        found.cFileName[6] = 0xDE00;
+    }
+    if (name == L"mark hold") {
+        SetEvent(script.at_mark);
+        WaitForSingleObject(script.go_on, INFINITE);
+    }
+}
+
+bool is_dots(const WIN32_FIND_DATAW& found) {
+    return std::wstring_view(found.cFileName) == L"." ||
+           std::wstring_view(found.cFileName) == L"..";
+}
+
+HANDLE WINAPI find_first(const wchar_t* pattern, FINDEX_INFO_LEVELS level, void* out,
+                         FINDEX_SEARCH_OPS search, void* filter, DWORD flags) {
+    if (has_mark(pattern, L"mark unopenable")) return fail(script.open_error, INVALID_HANDLE_VALUE);
+    HANDLE const handle = FindFirstFileExW(pattern, level, out, search, filter, flags);
+    if (handle == INVALID_HANDLE_VALUE) return handle;
+    auto& found = *static_cast<WIN32_FIND_DATAW*>(out);
+    ++open_searches;
+    if (has_mark(pattern, L"mark failing\\*")) failing_search = handle;
+    if (has_mark(pattern, L"mark bare\\*")) {
+        while (is_dots(found)) FindNextFileW(handle, &found);
+        bare_search = handle;
+    }
+    apply_marks(found);
+    return handle;
+}
+
+BOOL WINAPI find_next(HANDLE search, WIN32_FIND_DATAW* found) {
+    const BOOL more = FindNextFileW(search, found);
+    if (!more) return more;
+    if (search == failing_search && !is_dots(*found) && found->cFileName[0] != L'1') {
+        return fail(ERROR_READ_FAULT, FALSE);
+    }
+    apply_marks(*found);
+    return more;
+}
+
+BOOL WINAPI find_close(HANDLE search) {
+    --open_searches;
+    if (search == failing_search) failing_search = nullptr;
+    return FindClose(search);
+}
+
+DWORD WINAPI get_attributes(const wchar_t* path) {
+    if (has_mark(path, L"mark unreadable"))
+        return fail(ERROR_ACCESS_DENIED, INVALID_FILE_ATTRIBUTES);
+    if (has_mark(path, L"mark changed")) {
+        return FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    }
+    return GetFileAttributesW(path);
+}
+
+BOOL WINAPI get_attributes_ex(const wchar_t* path, GET_FILEEX_INFO_LEVELS level, void* out) {
+    if (script.status_error != 0) return fail(script.status_error, FALSE);
+    const BOOL succeeded = GetFileAttributesExW(path, level, out);
+    if (succeeded && script.status_attributes) {
+        static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(out)->dwFileAttributes = *script.status_attributes;
+    }
+    return succeeded;
+}
+
+HANDLE WINAPI create_file(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* who,
+                          DWORD disposition, DWORD flags, HANDLE like) {
+    if (access == FILE_READ_ATTRIBUTES && script.target_error != 0) {
+        return fail(script.target_error, INVALID_HANDLE_VALUE);
+    }
+    return CreateFileW(path, access, share, who, disposition, flags, like);
+}
+
+BOOL WINAPI get_information(HANDLE file, FILE_INFO_BY_HANDLE_CLASS what, void* out, DWORD bytes) {
+    if (what == FileAttributeTagInfo && script.tag_error != 0) return fail(script.tag_error, FALSE);
+    if (what == FileAttributeTagInfo && script.tag_info) {
+        *static_cast<FILE_ATTRIBUTE_TAG_INFO*>(out) = *script.tag_info;
+        return TRUE;
+    }
+    return GetFileInformationByHandleEx(file, what, out, bytes);
+}
+
+DWORD WINAPI get_drives(DWORD units, wchar_t* out) {
+    if (script.drives_result) return *script.drives_result;
+    if (script.drives.empty()) return GetLogicalDriveStringsW(units, out);
+    const auto length = static_cast<DWORD>(script.drives.size());
+    if (length + 1 > units) return length + 1;
+    std::copy_n(script.drives.c_str(), length + 1, out);
+    return length;
+}
+
+UINT WINAPI get_drive_type(const wchar_t* root) {
+    const std::wstring_view text = root;
+    if (has_mark(text, L"type ")) return static_cast<UINT>(text[text.find(L"type ") + 5] - L'0');
+    return GetDriveTypeW(root);
+}
+
+HANDLE WINAPI create_thread(SECURITY_ATTRIBUTES* who, SIZE_T stack, LPTHREAD_START_ROUTINE body,
+                            void* argument, DWORD flags, DWORD* id) {
+    if (!script.threads_start) return fail<HANDLE>(ERROR_NOT_ENOUGH_MEMORY, nullptr);
+    return CreateThread(who, stack, body, argument, flags, id);
+}
+
+DWORD WINAPI wait(HANDLE handle, DWORD milliseconds) {
+    if (script.joins_fail) return fail<DWORD>(ERROR_INVALID_HANDLE, WAIT_FAILED);
+    return WaitForSingleObject(handle, milliseconds);
+}
+
+BOOL WINAPI set_slot(DWORD slot, void* value) {
+    if (script.slots_run_out) return fail(ERROR_NOT_ENOUGH_MEMORY, FALSE);
+    return FlsSetValue(slot, value);
+}
+
+// ---- The tests ----------------------------------------------------------------------------------
+
+class PlatformPatchTest : public EngineHost {
+protected:
+    void SetUp() override {
+        EngineHost::SetUp();
+        script = {};
+        HMODULE const library = GetModuleHandleW(L"system_search.dll");
+        const auto replace = [&](const char* name, auto* replacement) {
+            patches_.push_back(std::make_unique<ImportPatch>(library, name, replacement));
+            ASSERT_TRUE(patches_.back()->applied()) << name << " is not imported";
+        };
+        replace("FindFirstFileExW", &find_first);
+        replace("FindNextFileW", &find_next);
+        replace("FindClose", &find_close);
+        replace("GetFileAttributesW", &get_attributes);
+        replace("GetFileAttributesExW", &get_attributes_ex);
+        replace("CreateFileW", &create_file);
+        replace("GetFileInformationByHandleEx", &get_information);
+        replace("GetLogicalDriveStringsW", &get_drives);
+        replace("GetDriveTypeW", &get_drive_type);
+        replace("CreateThread", &create_thread);
+        replace("WaitForSingleObject", &wait);
+        replace("FlsSetValue", &set_slot);
+    }
+    void TearDown() override {
+        script = {};
+        ss_destroy(engine_);
+        engine_ = nullptr;
+        patches_.clear();
+        EXPECT_EQ(open_searches, 0) << "an enumeration was left open";
+        EngineHost::TearDown();
+    }
+
+    EngineStatus build_tree(const std::string& cache_path = "") {
+        return build(path("tree"), cache_path);
+    }
+
+    std::vector<std::unique_ptr<ImportPatch>> patches_;
+};
+
+constexpr std::uint32_t kFile = SS_KIND_FILE;
+constexpr std::uint32_t kFolder = SS_KIND_FOLDER;
+
+// ---- Links and other reparse points -------------------------------------------------------------
+
+TEST_F(PlatformPatchTest, junctions_and_links_are_files_that_nobody_follows) {
+    make_file("tree/mark junction/unseen");
+    make_file("tree/mark folder link/unseen");
+    make_file("tree/mark file link");
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 3, 0, 0, 0}));
+    EXPECT_EQ(indexed(), expected("tree", {{"mark junction", kFile},
+                                           {"mark folder link", kFile},
+                                           {"mark file link", kFile}}));
+}
+
+TEST_F(PlatformPatchTest, folder_that_turns_out_to_be_a_reparse_point_is_indexed_and_skipped) {
+    make_file("tree/mark changed/unseen");
+    make_file("tree/z/f");
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 3, 1, 0, 0}));
+    EXPECT_EQ(indexed(),
+              expected("tree", {{"mark changed", kFolder}, {"z", kFolder}, {"z/f", kFile}}));
+}
+
+TEST_F(PlatformPatchTest, other_reparse_tags_leave_folders_folders_and_files_files) {
+    make_file("tree/mark cloud folder/in it");
+    make_file("tree/mark cloud file");
+    // The attribute query says that the folder is an ordinary one, and it alone decides.
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 3, 0, 0, 0}));
+    EXPECT_EQ(indexed(), expected("tree", {{"mark cloud folder", kFolder},
+                                           {"mark cloud folder/in it", kFile},
+                                           {"mark cloud file", kFile}}));
+}
+
+TEST_F(PlatformPatchTest, tag_without_the_reparse_attribute_means_nothing) {
+    make_file("tree/mark stale tag/in it");
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 2, 0, 0, 0}));
+}
+
+// ---- Skipped items ------------------------------------------------------------------------------
+
+TEST_F(PlatformPatchTest, folder_whose_attributes_cannot_be_read_is_indexed_and_skipped) {
+    make_file("tree/mark unreadable/unseen");
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 1, 1, 0, 0}));
+    EXPECT_EQ(indexed(), expected("tree", {{"mark unreadable", kFolder}}));
+}
+
+TEST_F(PlatformPatchTest, folder_that_cannot_be_opened_is_skipped_unless_it_is_empty) {
+    make_file("tree/mark unopenable/unseen");
+    make_file("tree/z");
+    // Access denied, sharing violation, not ready, file not found, path not found.
+    for (const DWORD error : {5u, 32u, 21u, 2u, 3u}) {
+        script.open_error = error;
+        EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 2, 1, 0, 0})) << error;
+    }
+    script.open_error = ERROR_NO_MORE_FILES;
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 2, 0, 0, 0}));
+    EXPECT_EQ(indexed(), expected("tree", {{"mark unopenable", kFolder}, {"z", kFile}}));
+}
+
+TEST_F(PlatformPatchTest, scope_that_cannot_be_opened_is_skipped_unless_it_is_empty) {
+    make_file("mark unopenable/unseen");
+    EXPECT_EQ(build(path("mark unopenable")), (EngineStatus{SS_ENGINE_READY, 0, 1, 0, 0}));
+    script.open_error = ERROR_NO_MORE_FILES;
+    EXPECT_EQ(build(path("mark unopenable")), (EngineStatus{SS_ENGINE_READY, 0, 0, 0, 0}));
+}
+
+TEST_F(PlatformPatchTest, entry_without_a_type_is_neither_indexed_nor_entered) {
+    make_file("tree/mark typeless/unseen");
+    make_file("tree/z");
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 1, 1, 0, 0}));
+    EXPECT_EQ(indexed(), expected("tree", {{"z", kFile}}));
+}
+
+TEST_F(PlatformPatchTest, reading_that_fails_half_way_ends_the_walk_of_the_root) {
+    make_file("tree/mark failing/1");
+    make_file("tree/mark failing/2");
+    const EngineStatus end = build_tree();
+    EXPECT_EQ(end.state, SS_ENGINE_READY);
+    EXPECT_EQ(end.skipped, 1u);
+    EXPECT_EQ(indexed().count(with_slashes(path("tree")) + "/mark failing"), 1u);
+    EXPECT_EQ(indexed().count(with_slashes(path("tree")) + "/mark failing/2"), 0u);
+}
+
+TEST_F(PlatformPatchTest, folder_without_dot_entries_loses_none_of_its_children) {
+    make_files("tree/mark bare", 3);
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 4, 0, 0, 0}));
+}
+
+// ---- Names that are not valid UTF-16 ------------------------------------------------------------
+
+TEST_F(PlatformPatchTest, unpaired_surrogate_fails_the_build_and_saves_nothing) {
+    for (const char* name : {"mark high", "mark low"}) {
+        make_file(std::string("tree/") + name);
+        EXPECT_EQ(build_tree(path("cache")), (EngineStatus{SS_ENGINE_FAILED, 0, 0, 0, 0}));
+        EXPECT_NE(error(), "");
+        EXPECT_FALSE(std::filesystem::exists(scratch_ / "cache"));
+        std::filesystem::remove_all(scratch_ / "tree");
+    }
+    make_file("tree/mark pair");
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 1, 0, 0, 0}));
+    EXPECT_EQ(indexed(), expected("tree", {{"mark \xF0\x9F\x98\x80ir", kFile}}));
+}
+
+// ---- The status of the scope --------------------------------------------------------------------
+
+TEST_F(PlatformPatchTest, errors_of_the_status_query_tell_missing_from_the_rest) {
+    make_folder("tree");
+    for (const DWORD error : {2u, 3u, 53u, 64u, 123u, 161u, 267u}) {
+        script.status_error = error;
+        EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
+        EXPECT_EQ(this->error(), "The selected folder is unavailable.") << error;
+    }
+    for (const DWORD error : {5u, 21u, 32u, 59u}) {
+        script.status_error = error;
+        EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
+        const std::string text = this->error();
+        EXPECT_EQ(text.rfind("status: ", 0), 0u) << text;
+        EXPECT_NE(text.find(path("tree")), std::string::npos) << text;
+        EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos) << text;
+    }
+}
+
+TEST_F(PlatformPatchTest, scope_that_is_a_link_is_judged_by_what_it_leads_to) {
+    make_file("tree/f");
+    constexpr DWORD kLink = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    struct Row {
+        FILE_ATTRIBUTE_TAG_INFO target;
+        bool accepted;
+    };
+    const std::vector<Row> rows = {
+        {{FILE_ATTRIBUTE_DIRECTORY, 0}, true},
+        {{FILE_ATTRIBUTE_ARCHIVE, 0}, false},
+        {{kLink, IO_REPARSE_TAG_MOUNT_POINT}, false},
+        {{kLink, IO_REPARSE_TAG_SYMLINK}, false},
+        {{kLink, 0x9000001A}, true},
+    };
+    script.status_attributes = kLink;
+    for (const Row& row : rows) {
+        script.tag_info = row.target;
+        EXPECT_EQ(build_tree().state, row.accepted ? SS_ENGINE_READY : SS_ENGINE_FAILED);
+        EXPECT_EQ(error(), row.accepted ? "" : "The selected folder is unavailable.");
+    }
+}
+
+TEST_F(PlatformPatchTest, scope_link_that_cannot_be_followed_is_unavailable) {
+    make_folder("tree");
+    script.status_attributes = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    // File or path not found, not to be accessed, leads in a circle.
+    for (const DWORD error : {2u, 3u, 1920u, 1921u}) {
+        script.target_error = error;
+        EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
+        EXPECT_EQ(this->error(), "The selected folder is unavailable.") << error;
+    }
+    script.target_error = ERROR_ACCESS_DENIED;
+    EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
+    EXPECT_EQ(error().rfind("status: ", 0), 0u) << error();
+    script.target_error = 0;
+    script.tag_error = ERROR_INVALID_FUNCTION;
+    EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
+    EXPECT_EQ(error().rfind("status: ", 0), 0u) << error();
+}
+
+// ---- All local drives ---------------------------------------------------------------------------
+
+TEST_F(PlatformPatchTest, fixed_and_removable_drives_are_walked_in_the_systems_order) {
+    // Roots relative to the current folder, so that the list stays short.
+    std::filesystem::current_path(scratch_);
+    for (const char type : std::string_view("0123456")) {
+        const std::string root = std::string("type ") + type + "\\";
+        make_file(root + "f");
+        script.drives += std::wstring(root.begin(), root.end()) + L'\0';
+    }
+    EXPECT_EQ(build(""), (EngineStatus{SS_ENGINE_READY, 2, 0, 0, 0})) << error();
+    std::filesystem::current_path(scratch_.parent_path().parent_path());
+    EXPECT_EQ(indexed(),
+              (std::map<std::string, std::uint32_t>{{"type 2/f", kFile}, {"type 3/f", kFile}}));
+}
+
+TEST_F(PlatformPatchTest, drive_list_that_fails_or_does_not_fit_fails_the_build) {
+    for (const DWORD result : {0u, 512u, 513u, 2000u}) {
+        script.drives_result = result;
+        EXPECT_EQ(build("").state, SS_ENGINE_FAILED);
+        EXPECT_EQ(error(), "Cannot enumerate local drives.") << result;
+    }
+    script.drives_result.reset();
+    script.drives = std::wstring(L"type 5\0type 4\0", 14);
+    EXPECT_EQ(build("").state, SS_ENGINE_FAILED);
+    EXPECT_EQ(error(), "No local drives are available.");
+}
+
+// ---- Threads ------------------------------------------------------------------------------------
+
+TEST_F(PlatformPatchTest, thread_that_cannot_be_started_fails_the_start_without_a_text) {
+    make_file("tree/f");
+    build("relative");
+    script.threads_start = false;
+    EXPECT_EQ(ss_start(engine_, path("tree").c_str(), "", 0), 0);
+    EXPECT_EQ(status(), (EngineStatus{SS_ENGINE_FAILED, 0, 0, 0, 0}));
+    EXPECT_EQ(error(), "");
+    script.threads_start = true;
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 1, 0, 0, 0}));
+}
+
+TEST_F(PlatformPatchTest, join_that_fails_fails_the_start_and_keeps_the_text) {
+    build("relative");
+    script.joins_fail = true;
+    EXPECT_EQ(ss_start(engine_, path("tree").c_str(), "", 0), 0);
+    EXPECT_EQ(status().state, SS_ENGINE_FAILED);
+    EXPECT_EQ(error(), "Choose an absolute folder path.");
+    script.joins_fail = false;
+    make_file("tree/f");
+    EXPECT_EQ(build_tree().state, SS_ENGINE_READY);
+}
+
+TEST_F(PlatformPatchTest, thread_without_a_slot_for_its_text_gets_a_fixed_one) {
+    std::thread([&] {
+        script.slots_run_out = true;
+        EXPECT_STREQ(ss_error(engine_), "Cannot read index status.");
+        script.slots_run_out = false;
+        EXPECT_STREQ(ss_error(engine_), "");
+    }).join();
+}
+
+// ---- A walk that is held at a known point -------------------------------------------------------
+
+TEST_F(PlatformPatchTest, held_walk_is_running_refuses_a_start_and_can_be_cancelled) {
+    make_file("tree/mark hold");
+    make_file("tree/other");
+    script.at_mark = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    script.go_on = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    ASSERT_EQ(ss_start(engine_, path("tree").c_str(), path("cache").c_str(), 0), 1);
+    ASSERT_EQ(WaitForSingleObject(script.at_mark, 60'000), WAIT_OBJECT_0);
+    EXPECT_EQ(status(), (EngineStatus{SS_ENGINE_RUNNING, 0, 0, 0, 0}));
+    EXPECT_EQ(ss_start(engine_, path("tree").c_str(), "", 0), 0);
+    ss_cancel(engine_);
+    EXPECT_EQ(status().state, SS_ENGINE_RUNNING);
+    SetEvent(script.go_on);
+    const EngineStatus end = finish();
+    EXPECT_EQ(end.state, SS_ENGINE_CANCELLED);
+    EXPECT_LE(end.entries, 1u) << "nothing after the held entry, which is not indexed either";
+    EXPECT_FALSE(std::filesystem::exists(scratch_ / "cache"));
+    CloseHandle(script.at_mark);
+    CloseHandle(script.go_on);
+}
+
+}  // namespace
