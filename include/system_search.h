@@ -96,9 +96,9 @@ extern "C" {
 #define SS_METADATA_MODIFIED 2u /* `modified` is valid */
 
 /* Limits. */
-#define SS_MAX_RESULTS 1000        /* the largest `limit` of a query */
-#define SS_MAX_ENTRIES 5000000u    /* the most entries that an index holds */
-#define SS_MAX_PATH_BYTES 32768u   /* the longest path, in bytes of UTF-8, that is indexed */
+#define SS_MAX_RESULTS 1000      /* the largest `limit` of a query */
+#define SS_MAX_ENTRIES 5000000u  /* the most entries that an index holds */
+#define SS_MAX_PATH_BYTES 32768u /* the longest path, in bytes of UTF-8, that is indexed */
 
 /* ---- Records -------------------------------------------------------------------------------- */
 
@@ -111,7 +111,7 @@ typedef struct EngineStatus {
     uint32_t state;      /* SS_ENGINE_... */
     uint32_t entries;    /* files and folders searchable now; grows in steps of 1024 */
     uint32_t skipped;    /* items that could not be indexed or not be descended into */
-    uint32_t limited;    /* 1: the build stopped at 5,000,000 entries or 1 GiB of estimated memory */
+    uint32_t limited;    /* 1: stopped at 5,000,000 entries or 1 GiB of estimated memory */
     uint32_t from_cache; /* 1: the index was loaded from the cache file, not walked */
 } EngineStatus;
 
@@ -127,7 +127,7 @@ typedef struct QueryStatus {
 /* What the file system says of one result at the time of the query. 24 bytes. */
 typedef struct ResultMetadata {
     uint64_t size;     /* bytes; 0 for folders, links and other reparse points, or when unknown */
-    int64_t modified;  /* last write, whole seconds since 1970-01-01 00:00:00 UTC, may be negative */
+    int64_t modified;  /* last write, whole seconds since 1970-01-01 UTC, may be negative */
     uint32_t flags;    /* SS_METADATA_...: 0 (nothing known), 2, or 3 */
     uint32_t reserved; /* always 0 */
 } ResultMetadata;

@@ -237,7 +237,7 @@ public:
         return ready_;
     }
 
-    void* record_[2] = {};
+    void* record[2] = {};
 
 private:
     [[maybe_unused]] void* outer_ = nullptr;  // used on Windows only

@@ -31,7 +31,7 @@ struct ExceptionRecord {
     void* caught;           // the stack of exceptions being handled
     unsigned int uncaught;  // how many are in flight
 };
-static_assert(sizeof(ExceptionRecord) == sizeof(ExceptionScope::record_));
+static_assert(sizeof(ExceptionRecord) == sizeof(ExceptionScope::record));
 
 // Which thread-local slot holds a thread's innermost record.
 std::atomic<DWORD> record_slot{TLS_OUT_OF_INDEXES};
@@ -60,7 +60,7 @@ ExceptionScope::ExceptionScope() noexcept {
     const DWORD slot = acquire_record_slot();
     if (slot == TLS_OUT_OF_INDEXES) return;
     outer_ = record_of_this_thread(slot);
-    ready_ = TlsSetValue(slot, record_) != 0;
+    ready_ = TlsSetValue(slot, record) != 0;
 }
 
 ExceptionScope::~ExceptionScope() {
