@@ -22,7 +22,7 @@ fail() {
 # longer than anything here waits for.
 few=$scratch/few
 mkdir "$few"
-touch "$few/needle" "$few"/file{1..1000}
+touch "$few/needle-日本" "$few"/file{1..1000}
 machine=/
 
 "$SS_WINE" "$host" --version >"$scratch/version"  # the server starts apart from the terminal
@@ -84,7 +84,7 @@ wait_for "the index is told before the prompt" 'Indexed 1001 entries in [0-9.]+ 
 type_keys 'FILE99?\r'
 wait_for "a query on the whole index" '2 of 10 matches, [0-9.]+ ms'
 type_keys 'needle\r'
-wait_for "another" 'few/needle +file +0 B'
+wait_for "characters beyond the code page" 'few/needle-日本 +file +0 B'
 type_keys '\0003'
 expect_end "Ctrl+C at the prompt" 130 "$terminal"
 
@@ -105,7 +105,7 @@ for ((i = 0; i < 600; ++i)); do  # until the small index is there
 done
 kill -INT "$host_process"
 expect_end "Ctrl+C while reading a pipe" 130 "$host_process"
-[[ $(head -n 1 "$scratch/out") == "Z:$few/needle" ]] || fail "the answer before Ctrl+C"
+[[ $(head -n 1 "$scratch/out") == "Z:$few/needle-日本" ]] || fail "the answer before Ctrl+C"
 
 # A reader that has left is no reason to complain; a full disk is.
 mkfifo "$scratch/pipe"
