@@ -223,11 +223,9 @@ char* thread_buffer(std::size_t bytes) noexcept;
 // its stack. Natively the runtime's own thread-local storage does the same without help.
 class ExceptionScope {
 public:
-#if defined(_WIN32)
     ExceptionScope() noexcept;
+#if defined(_WIN32)
     ~ExceptionScope();
-#else
-    ExceptionScope() noexcept : ready_(true) {}
 #endif
     ExceptionScope(const ExceptionScope&) = delete;
     ExceptionScope& operator=(const ExceptionScope&) = delete;

@@ -155,6 +155,8 @@ char* thread_buffer(std::size_t bytes) noexcept {
     return current->bytes;
 }
 
+ExceptionScope::ExceptionScope() noexcept : ready_(enter_call(kExceptionScope) == kSuccess) {}
+
 void detach() noexcept {
     const Quiet quiet;
     Buffers& store = buffers();

@@ -69,8 +69,9 @@ void set_current_folder(std::u16string_view path);
 // ---- Folders that are computed, not stored ------------------------------------------------------
 
 // The children of a folder made up on the spot: millions of them cost no memory, and one costs
-// what child() costs plus a few nanoseconds. Called from any thread, with no lock held by child(),
-// which must not throw; a test may hold a thread in there.
+// what child() costs plus a few nanoseconds. Called from any thread; nothing here may throw. No
+// lock is held around count() and child(), so that a test may hold a thread there; folder() is
+// called with the volume locked and must not call back into it.
 class GeneratedFolder {
 public:
     virtual ~GeneratedFolder() = default;

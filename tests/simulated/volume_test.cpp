@@ -514,6 +514,14 @@ TEST_F(SimulatedVolume, a_thread_buffer_lives_as_long_as_its_thread_or_the_libra
     platform::detach();
 }
 
+TEST_F(SimulatedVolume, an_exception_scope_is_not_ready_when_its_call_fails) {
+    EXPECT_TRUE(platform::ExceptionScope().ready());
+    fail_platform_call(1, platform::kNotEnoughMemory);
+    EXPECT_TRUE(platform::ExceptionScope().ready()) << "not among all calls";
+    fail_platform_call(1, platform::kNotEnoughMemory, kExceptionScope);
+    EXPECT_FALSE(platform::ExceptionScope().ready());
+}
+
 TEST_F(SimulatedVolume, the_clock_runs_until_it_is_frozen) {
     const std::int64_t first = platform::monotonic_nanoseconds();
     EXPECT_GE(platform::monotonic_nanoseconds(), first);
