@@ -27,8 +27,6 @@ std::atomic<std::size_t> largest_bytes{0};
 std::atomic<std::uint64_t> first_failure{0};
 std::atomic<std::uint64_t> failures{0};
 
-thread_local int quiet_depth = 0;
-
 void* allocate(std::size_t bytes) noexcept {
     if (allocation_fails(bytes)) return nullptr;
     return __real_malloc(bytes == 0 ? 1 : bytes);
@@ -48,7 +46,7 @@ void* or_throw(void* memory) {
 }  // namespace
 
 bool allocation_fails(std::size_t bytes) noexcept {
-    if (!armed.load(std::memory_order_relaxed) || quiet_depth > 0) return false;
+    if (!armed.load(std::memory_order_relaxed) || Quiet::here()) return false;
     std::size_t largest = largest_bytes;
     while (largest < bytes && !largest_bytes.compare_exchange_weak(largest, bytes)) {
     }
@@ -84,13 +82,7 @@ bool AllocationFault::hit() {
     return was_hit;
 }
 
-Quiet::Quiet() noexcept {
-    ++quiet_depth;
-}
-
-Quiet::~Quiet() {
-    --quiet_depth;
-}
+constinit thread_local int Quiet::depth_ = 0;
 
 }  // namespace system_search::simulated
 

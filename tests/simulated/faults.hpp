@@ -138,10 +138,15 @@ public:
 // While it lives, allocations of this thread neither fail nor count.
 class Quiet {
 public:
-    Quiet() noexcept;
-    ~Quiet();
+    Quiet() noexcept { ++depth_; }
+    ~Quiet() { --depth_; }
     Quiet(const Quiet&) = delete;
     Quiet& operator=(const Quiet&) = delete;
+
+    static bool here() noexcept { return depth_ > 0; }
+
+private:
+    static constinit thread_local int depth_;
 };
 
 }  // namespace system_search::simulated

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <memory_resource>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -108,7 +109,10 @@ struct ParsedPath {
     std::u16string_view root;      // the key in Volume::roots
     bool is_share = false;
     bool ends_with_separator = false;
-    std::vector<std::u16string_view> names;
+    // The first names lie in the object: a walk over a generated tree spends its time here.
+    std::byte first_names[32 * sizeof(std::u16string_view)];
+    std::pmr::monotonic_buffer_resource memory{first_names, sizeof first_names};
+    std::pmr::vector<std::u16string_view> names{&memory};
 
     ParsedPath() = default;
     ParsedPath(const ParsedPath&) = delete;
