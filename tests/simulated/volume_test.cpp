@@ -448,6 +448,7 @@ TEST_F(SimulatedVolume, every_kind_of_allocation_can_fail) {
             add_file(std::u16string_view(u"C:\\f12345678").substr(0, 4 + nth));
         }
         EXPECT_EQ(AllocationFault::counted(), 6u);
+        EXPECT_EQ(AllocationFault::largest(), 64u);
         EXPECT_EQ(failures, nth >= 1 && nth <= 6 ? 1 : 0) << nth;
         EXPECT_EQ(AllocationFault::hit(), nth >= 1 && nth <= 6) << nth;
     }
