@@ -1,0 +1,191 @@
+// The walk over a volume that is computed on the spot: no disk, no system, so that what remains is
+// the library's own work for an entry, in processor time. Beside it, in the same run, the bare
+// enumeration of the same volume, which both contain.
+#include <time.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/engine.hpp"
+#include "engine/walk.hpp"
+#include "method.hpp"
+#include "simulated/volume.hpp"
+
+namespace system_search::bench {
+namespace {
+
+using simulated::GeneratedFolder;
+
+constexpr double kAimNanoseconds = 300;
+constexpr int kRuns = 9;
+
+// `folders` folders and `files` files; every folder holds the same again, `depth` levels down.
+class Tree : public GeneratedFolder {
+public:
+    Tree(std::uint64_t folders, std::uint64_t files, int depth)
+        : folders_(depth > 0 ? folders : 0), files_(files) {
+        if (depth > 0) below_ = std::make_shared<Tree>(folders, files, depth - 1);
+    }
+
+    std::uint64_t count() const override { return folders_ + files_; }
+
+    void child(std::uint64_t index, platform::Child& out) const override {
+        const bool is_folder = index < folders_;
+        out.attributes = is_folder ? platform::kAttributeDirectory : simulated::kAttributeArchive;
+        const std::u16string_view stem = is_folder ? u"Folder " : kStems[index % kStems.size()];
+        const std::u16string_view suffix = is_folder ? u"" : kSuffixes[index % kSuffixes.size()];
+        std::uint32_t units = 0;
+        for (const char16_t unit : stem) out.name[units++] = unit;
+        for (std::uint64_t scale = 1000; scale > 0; scale /= 10) {
+            out.name[units++] = static_cast<char16_t>(u'0' + index / scale % 10);
+        }
+        for (const char16_t unit : suffix) out.name[units++] = unit;
+        out.name_units = units;
+    }
+
+    std::shared_ptr<const GeneratedFolder> folder(std::u16string_view) const override {
+        return below_;
+    }
+
+    std::uint64_t entries() const {
+        return count() + (below_ != nullptr ? folders_ * below_->entries() : 0);
+    }
+
+private:
+    static constexpr std::array<std::u16string_view, 5> kStems = {u"Report ", u"img_", u"lib-core-",
+                                                                  u"Translation.", u"x"};
+    static constexpr std::array<std::u16string_view, 3> kSuffixes = {u".txt", u".dll",
+                                                                     u".manifest"};
+
+    std::uint64_t folders_;
+    std::uint64_t files_;
+    std::shared_ptr<Tree> below_;
+};
+
+struct Shape {
+    const char* name;
+    std::uint64_t folders;
+    std::uint64_t files;
+    int depth;
+};
+
+constexpr Shape kShapes[] = {
+    {"one folder of a million files", 0, 1'000'000, 0},
+    {"100 files a folder", 100, 100, 2},
+    {"10 files a folder", 10, 10, 4},
+};
+
+// Processor time of this thread in nanoseconds: nothing here ever waits, and other programs on the
+// machine then do not count.
+double thread_nanoseconds() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return 1e9 * static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec);
+}
+
+struct Nanoseconds {
+    double median;
+    double least;
+    double most;
+};
+
+template <class Body>
+Nanoseconds per_entry(std::uint64_t entries, Body body) {
+    std::vector<double> times;
+    body();  // warm
+    for (int run = 0; run < kRuns; ++run) {
+        const double start = thread_nanoseconds();
+        body();
+        times.push_back((thread_nanoseconds() - start) / static_cast<double>(entries));
+    }
+    std::sort(times.begin(), times.end());
+    return {times[times.size() / 2], times.front(), times.back()};
+}
+
+// What any walk has to ask of the volume.
+std::uint64_t enumerate(const std::u16string& folder) {
+    std::uint64_t count = 0;
+    platform::Child child;
+    platform::Enumeration enumeration;
+    for (auto error = enumeration.open(folder, child); error == platform::kSuccess;
+         error = enumeration.next(child)) {
+        ++count;
+        if ((child.attributes & platform::kAttributeDirectory) == 0) continue;
+        const std::u16string below = folder + u'\\' + std::u16string(child.name_view());
+        if (platform::attributes(below.c_str()) != platform::kInvalidAttributes) {
+            count += enumerate(below);
+        }
+    }
+    return count;
+}
+
+Snapshot walk_once() {
+    Engine engine;
+    const auto index = std::make_shared<Index>();
+    walk(engine, *index, {u"C:\\Users\\ann"});
+    return take_snapshot(*index);
+}
+
+bool is_right(const Snapshot& snapshot, std::uint64_t entries, bool has_folders) {
+    if (snapshot.entry_count != entries) return false;
+    std::uint64_t seen = 0;
+    for (const auto& shard : snapshot.shards) {
+        for (const Entry& entry : shard->entries()) {
+            if (!entry.path.view().starts_with("C:/Users/ann/")) return false;
+            if (entry.folded_name().size() != entry.name().size()) return false;
+            ++seen;
+        }
+    }
+    const Entry& first = snapshot.shards[0]->entries()[0];
+    return seen == entries && first.path.view() == (has_folders ? "C:/Users/ann/Folder 0000"
+                                                                : "C:/Users/ann/Report 0000.txt");
+}
+
+int run() {
+    print_method();
+    std::printf("\n%-32s %9s %11s %11s %18s %13s\n", "tree", "entries", "bare ns", "walk ns",
+                "(fastest, slowest)", "kept/estimate");
+    bool met = true;
+    for (const Shape& shape : kShapes) {
+        simulated::reset();
+        const auto tree = std::make_shared<Tree>(shape.folders, shape.files, shape.depth);
+        simulated::add_generated_folder(u"C:\\Users\\ann", tree);
+        const std::uint64_t entries = tree->entries();
+        std::uint64_t kept = 0;
+        std::uint64_t estimate = 0;
+        {
+            const Snapshot snapshot = walk_once();
+            if (!is_right(snapshot, entries, shape.depth > 0) ||
+                enumerate(u"C:\\Users\\ann") != entries) {
+                std::fprintf(stderr, "%s: wrong entries\n", shape.name);
+                return 1;
+            }
+            for (const auto& shard : snapshot.shards) {
+                kept += sizeof(Shard) + shard->block_bytes();
+                for (const Entry& entry : shard->entries()) {
+                    estimate += memory_estimate(entry.path.size());
+                }
+            }
+        }
+        const Nanoseconds bare = per_entry(entries, [] { enumerate(u"C:\\Users\\ann"); });
+        const Nanoseconds walked = per_entry(entries, [] { walk_once(); });
+        std::printf("%-32s %9llu %11.0f %11.0f %9.0f %8.0f %13.2f\n", shape.name,
+                    static_cast<unsigned long long>(entries), bare.median, walked.median,
+                    walked.least, walked.most,
+                    static_cast<double>(kept) / static_cast<double>(estimate));
+        met &= walked.median < kAimNanoseconds;
+    }
+    std::printf("\naim: below %.0f ns an entry, %s\n", kAimNanoseconds, met ? "met" : "MISSED");
+    return 0;
+}
+
+}  // namespace
+}  // namespace system_search::bench
+
+int main() {
+    return system_search::bench::run();
+}
