@@ -52,6 +52,7 @@ foreach(file IN LISTS test_files c_files)
   set_up_windows_test(windows.${name})
 endforeach()
 
+target_link_libraries(guide_test PRIVATE $<TARGET_NAME_IF_EXISTS:guide>)
 target_link_libraries(version_test PRIVATE version)
 target_compile_definitions(version_test PRIVATE SS_PROJECT_VERSION="${PROJECT_VERSION}")
 

@@ -102,8 +102,8 @@ extern "C" {
 
 /* ---- Records -------------------------------------------------------------------------------- */
 
-typedef struct SystemSearchEngine SystemSearchEngine;
-typedef struct SystemSearchQuery SystemSearchQuery;
+typedef struct SystemSearchEngine SystemSearchEngine; /* an index, and the build that fills it */
+typedef struct SystemSearchQuery SystemSearchQuery;   /* one search, and what it found */
 
 /* A build's progress. 20 bytes. While a build runs the fields may stem from two neighbouring
    moments; `entries` always counts entries that a query made now would search. */

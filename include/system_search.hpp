@@ -275,6 +275,7 @@ public:
     }
     void cancel() noexcept { ss_cancel(handle()); }
 
+    /// As ss_status: the call that first shows the end of a build may mix two moments.
     Progress progress() const noexcept {
         Progress progress;
         if (handle_) {

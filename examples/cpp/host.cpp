@@ -42,7 +42,7 @@ void print_results(std::string_view title, const ss::Query& query) {
 // Searches until a search has seen the finished index, and prints what that one found.
 bool search_while_indexing(ss::Engine& engine, ss::Text text) {
     while (true) {
-        const ss::Progress build = engine.progress();
+        ss::Progress build = engine.progress();
         if (build.state == ss::EngineState::kFailed) {
             std::cerr << engine.error() << '\n';
             return false;
@@ -54,6 +54,7 @@ bool search_while_indexing(ss::Engine& engine, ss::Text text) {
             return false;
         }
         if (build.state != ss::EngineState::kRunning) {
+            build = engine.progress();  // the first one after the end may mix two moments
             std::cout << "indexed " << build.entries << ", skipped " << build.skipped << '\n';
             print_results("search", query);
             return true;

@@ -1,0 +1,39 @@
+/* What the pieces of docs/guide.md share. A host has its own of everything here. */
+#ifndef GUIDE_H
+#define GUIDE_H
+
+#include <system_search.h>
+
+/* The window's search box and its list. */
+typedef struct SearchPane {
+    SystemSearchEngine* engine;
+    SystemSearchQuery* pending; /* started, not yet done; or null */
+    SystemSearchQuery* shown;   /* its results are in the list; or null */
+    EngineStatus searched;      /* the build as it was when the last search was started */
+    char text[1024];            /* what is in the search box */
+} SearchPane;
+
+void search_text_changed(SearchPane* pane, const char* text);
+void search_tick(SearchPane* pane);
+void search_closed(SearchPane* pane);
+/* The host's own: show that many rows, and the sentence below them. */
+void show_rows(SearchPane* pane, uint32_t count, const char* sentence);
+
+/* The index in use, and the one that is to replace it. */
+typedef struct Catalogue {
+    SystemSearchEngine* current;
+    SystemSearchEngine* next; /* null when no rebuild is under way */
+    const char* scope;
+    const char* cache_path;
+} Catalogue;
+
+int catalogue_open(Catalogue* catalogue);
+int catalogue_rebuild(Catalogue* catalogue);
+int catalogue_tick(Catalogue* catalogue);
+void catalogue_close(Catalogue* catalogue);
+
+int cache_path(char* path, int size);
+void describe_outcome(const QueryStatus* outcome, char* sentence, size_t size);
+const char* describe_build(SystemSearchEngine* engine, char* sentence, size_t size);
+
+#endif
