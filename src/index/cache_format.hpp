@@ -30,18 +30,19 @@ constexpr std::size_t cache_record_bytes(std::size_t path_bytes) {
     return kCacheIntegerBytes + path_bytes + kCacheIntegerBytes;
 }
 
+// Written out byte by byte: compilers make one store and one load of it.
 inline void encode_cache_integer(std::uint32_t value, char* out) {
-    for (unsigned i = 0; i < kCacheIntegerBytes; ++i) {
-        out[i] = static_cast<char>(static_cast<unsigned char>(value >> (8 * i)));
-    }
+    out[0] = static_cast<char>(value & 0xFF);
+    out[1] = static_cast<char>(value >> 8 & 0xFF);
+    out[2] = static_cast<char>(value >> 16 & 0xFF);
+    out[3] = static_cast<char>(value >> 24);
 }
 
 inline std::uint32_t decode_cache_integer(const char* in) {
-    std::uint32_t value = 0;
-    for (unsigned i = 0; i < kCacheIntegerBytes; ++i) {
-        value |= std::uint32_t{static_cast<unsigned char>(in[i])} << (8 * i);
-    }
-    return value;
+    const auto byte = [in](unsigned i) {
+        return std::uint32_t{static_cast<unsigned char>(in[i])} << (8 * i);
+    };
+    return byte(0) | byte(1) | byte(2) | byte(3);
 }
 
 }  // namespace system_search

@@ -11,6 +11,8 @@
 namespace system_search {
 namespace {
 
+// Large enough that the calls cost nothing beside the copying, small enough to stay in the
+// processor's cache between its filling and the system's taking it.
 constexpr std::size_t kBufferBytes = std::size_t{1} << 20;
 
 bool is_missing(platform::Error error) {
@@ -66,7 +68,7 @@ bool create_folders(std::u16string path) {
 class Output {
 public:
     explicit Output(const std::u16string& path)
-        : buffer_(std::make_unique_for_overwrite<char[]>(kBufferBytes)) {
+        : buffer_(std::make_unique_for_overwrite<char[]>(kBufferBytes + kTextPadding)) {
         failed_ = file_.create(path.c_str()) != platform::kSuccess;
     }
 
@@ -83,6 +85,21 @@ public:
         bytes(text);
     }
 
+    // A path with its padding behind it (kTextPadding), and a kind.
+    void record(StoredText path, std::uint32_t kind) {
+        const std::size_t path_bytes = path.size();
+        if (kBufferBytes - used_ < cache_record_bytes(path_bytes)) {
+            text(path.view());
+            integer(kind);
+            return;
+        }
+        char* const out = buffer_.get() + used_;
+        encode_cache_integer(static_cast<std::uint32_t>(path_bytes), out);
+        copy_padded(path.c_str(), path_bytes, out + kCacheIntegerBytes);
+        encode_cache_integer(kind, out + kCacheIntegerBytes + path_bytes);
+        used_ += cache_record_bytes(path_bytes);
+    }
+
     void flush() {
         if (!failed_ && used_ > 0) {
             failed_ = file_.write(buffer_.get(), used_) != platform::kSuccess;
@@ -93,6 +110,14 @@ public:
     void close() { file_.close(); }
 
 private:
+    // Whole vectors, up to 15 bytes past the end on both sides: most paths take a few of them, and
+    // a call of memcpy for each path costs as much again as the copying.
+    static void copy_padded(const char* from, std::size_t bytes, char* to) {
+        for (std::size_t at = 0; at < bytes; at += kTextPadding) {
+            std::memcpy(to + at, from + at, kTextPadding);
+        }
+    }
+
     // A scope text has no limit, so a text may be larger than the buffer.
     void bytes(std::string_view bytes) {
         while (bytes.size() > kBufferBytes - used_) {
@@ -122,8 +147,10 @@ void write_contents(const CacheContents& contents, const std::atomic<bool>& canc
     for (const auto& shard : published_shards(contents.index)) {
         if (cancel.load() || output.failed()) return;
         for (const Entry& entry : shard->entries()) {
-            output.text(entry.path.view());
-            output.integer(entry.kind);
+            // Paths lie behind one another, but too far from the entries for the processor to
+            // guess: asking for those to come takes an eighth off the copying.
+            __builtin_prefetch(entry.path.c_str() + 768);
+            output.record(entry.path, entry.kind);
         }
     }
 }
