@@ -147,8 +147,7 @@ void write_contents(const CacheContents& contents, const std::atomic<bool>& canc
     for (const auto& shard : published_shards(contents.index)) {
         if (cancel.load() || output.failed()) return;
         for (const Entry& entry : shard->entries()) {
-            // Paths lie behind one another, but too far from the entries for the processor to
-            // guess: asking for those to come takes an eighth off the copying.
+            // Paths lie behind one another, but the processor does not see that from the entries.
             __builtin_prefetch(entry.path.c_str() + 768);
             output.record(entry.path, entry.kind);
         }
