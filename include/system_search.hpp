@@ -294,7 +294,6 @@ public:
     /// Searches what is indexed now. The query is empty when the filter's limit is out of range or
     /// memory or a thread cannot be had; it lives on without the engine.
     Query search(Text text, const Filter& filter = {}) const noexcept {
-        if (filter.limit > SS_MAX_RESULTS) return Query();
         return Query(ss_query(handle(), text.c_str(), static_cast<std::uint32_t>(filter.match),
                               static_cast<std::uint32_t>(filter.kind),
                               static_cast<std::int32_t>(filter.limit)));

@@ -67,6 +67,14 @@ TEST_F(CppFaceFailure, a_running_query_has_no_results_yet_and_may_be_dropped) {
     EXPECT_TRUE(listing.results().empty());
 }
 
+TEST_F(CppFaceFailure, a_dropped_engine_waits_for_its_build) {
+    {
+        ss::Engine engine = ss::Engine::create();
+        ASSERT_TRUE(engine.start("C:/music"));
+    }
+    EXPECT_EQ(open_handles(), OpenHandles{});
+}
+
 TEST_F(CppFaceFailure, times_before_1970_are_negative) {
     const ss::Query listing = ss::list_folder("C:/music", "old.mp3");
     ASSERT_TRUE(listing);

@@ -134,6 +134,7 @@ TEST_F(CppFace, results_are_a_range_in_order) {
     EXPECT_EQ(results.begin()[2].path, expected[2]);
     EXPECT_EQ((*(results.end() - 1)).path, expected[2]);
     EXPECT_TRUE(results[3].path.empty());
+    EXPECT_TRUE(results[std::size_t{1} << 32].path.empty());
     const auto folders = std::ranges::count(results, ss::Kind::kFolder, &ss::Result::kind);
     EXPECT_EQ(folders, 1);
     auto at = results.begin();
@@ -196,6 +197,14 @@ TEST_F(CppFace, lists_a_folder_without_an_engine) {
     EXPECT_EQ(outcome.index_entries, 2u);
     EXPECT_FALSE(outcome.index_incomplete);
     EXPECT_EQ(query.results()[0].path, path(u8"other.bin"));
+    EXPECT_EQ(done(ss::list_folder(scope(), "", {ss::Kind::kFolder})).results().size(), 1u);
+    EXPECT_EQ(done(ss::list_folder(scope(), "OTHER", {ss::Kind::kAny, ss::Match::kCase}))
+                  .results()
+                  .size(),
+              0u);
+    EXPECT_EQ(
+        done(ss::list_folder(scope(), "", {ss::Kind::kAny, ss::Match::kName, 1})).results().size(),
+        1u);
     EXPECT_EQ(done(ss::list_folder(scope() + u8"/missing")).state(), ss::QueryState::kFailed);
 }
 
