@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "common/bytes.hpp"
 #include "common/path.hpp"
 #include "common/text.hpp"
 #include "index/cache_format.hpp"
@@ -17,13 +18,17 @@ constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
 // piece when the next one is read is less.
 constexpr std::size_t kMaxRequestBytes = kCacheMaxTextBytes + kCacheIntegerBytes;
 
+// Behind the buffer's end, so that a vector may be loaded from any byte of it.
+constexpr std::size_t kPaddingBytes = 16;
+
 // The bytes of the file not yet taken, read in whole pieces into one buffer. What the last piece
 // left over is moved in front of the place where every piece is read to.
 class Input {
 public:
     explicit Input(platform::File& file)
         : file_(file),
-          buffer_(std::make_unique_for_overwrite<char[]>(kMaxRequestBytes + kPieceBytes)),
+          buffer_(std::make_unique_for_overwrite<char[]>(kMaxRequestBytes + kPieceBytes +
+                                                         kPaddingBytes)),
           next_(buffer_.get() + kMaxRequestBytes),
           end_(next_) {}
 
@@ -69,22 +74,29 @@ CacheReadResult read_integer(Input& input, std::uint32_t& value) {
     return CacheReadResult::kComplete;
 }
 
+struct TextFound {
+    std::uint32_t bytes = 0;
+    bool is_ascii = false;
+};
+
 // Leaves the text in the input, at next().
-CacheReadResult find_text(Input& input, std::uint32_t& bytes) {
+CacheReadResult find_text(Input& input, TextFound& text) {
+    std::uint32_t bytes = 0;
     const CacheReadResult result = read_integer(input, bytes);
     if (result != CacheReadResult::kComplete) return result;
     if (bytes > kCacheMaxTextBytes) return CacheReadResult::kTextTooLong;
     if (!input.has(bytes)) return CacheReadResult::kBadText;
-    const bool has_nul = std::memchr(input.next(), '\0', bytes) != nullptr;
-    return has_nul ? CacheReadResult::kBadText : CacheReadResult::kComplete;
+    const ByteKinds kinds = byte_kinds_padded(input.next(), bytes);
+    text = {bytes, !kinds.non_ascii};
+    return kinds.nul ? CacheReadResult::kBadText : CacheReadResult::kComplete;
 }
 
 CacheReadResult read_expected_text(Input& input, std::string_view expected) {
-    std::uint32_t bytes = 0;
-    const CacheReadResult result = find_text(input, bytes);
+    TextFound text;
+    const CacheReadResult result = find_text(input, text);
     if (result != CacheReadResult::kComplete) return result;
-    if (std::string_view(input.next(), bytes) != expected) return CacheReadResult::kNotUsable;
-    input.skip(bytes);
+    if (std::string_view(input.next(), text.bytes) != expected) return CacheReadResult::kNotUsable;
+    input.skip(text.bytes);
     return CacheReadResult::kComplete;
 }
 
@@ -107,16 +119,17 @@ CacheReadResult read_header(Input& input, std::string_view scope, Counts& counts
 
 // Reads one record into the batch.
 CacheReadResult read_record(Input& input, std::uint64_t& estimate, Batch& batch) {
-    std::uint32_t path_bytes = 0;
-    const CacheReadResult result = find_text(input, path_bytes);
+    TextFound text;
+    const CacheReadResult result = find_text(input, text);
     if (result != CacheReadResult::kComplete) return result;
+    const std::size_t path_bytes = text.bytes;
     if (!input.has(path_bytes + kCacheIntegerBytes)) return CacheReadResult::kTruncated;
 
     const std::string_view path(input.next(), path_bytes);
     const std::uint32_t kind = decode_cache_integer(input.next() + path_bytes);
     estimate += memory_estimate(path_bytes);
-    const bool usable = !path.empty() && is_valid_utf8(path) && is_absolute_path(path) &&
-                        (kind == kKindFile || kind == kKindFolder) &&
+    const bool usable = !path.empty() && (text.is_ascii || is_valid_utf8(path)) &&
+                        is_absolute_path(path) && (kind == kKindFile || kind == kKindFolder) &&
                         estimate <= kMaxMemoryEstimate;
     if (!usable) return CacheReadResult::kNotUsable;
     batch.add(path, kind);

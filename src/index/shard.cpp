@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "common/bytes.hpp"
 #include "common/text.hpp"
 #include "index/shard_plan.hpp"
 #include "index/signature.hpp"
@@ -48,8 +49,8 @@ Signature entry_signature(const Segment& segment, std::uint32_t i) {
     const std::string_view folded_name = segment.folded_name(i);
     Signature signature = name_signature(folded_name);
     const bool is_folder = entry.kind == kKindFolder;
-    const bool has_upper = std::memcmp(entry.path.c_str() + entry.name_offset, folded_name.data(),
-                                       folded_name.size()) != 0;
+    const bool has_upper = !equal_bytes(entry.path.c_str() + entry.name_offset, folded_name.data(),
+                                        folded_name.size());
     signature.bytes |= std::uint64_t{is_folder} << kFolderBit;
     signature.bytes |= std::uint64_t{has_upper} << kUpperNameBit;
     return signature;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "common/bytes.hpp"
 #include "index/signature.hpp"
 
 namespace system_search {
@@ -11,6 +12,10 @@ namespace {
 std::uint32_t name_offset(std::string_view path) {
     const std::size_t separator = path.rfind('/');
     return separator == std::string_view::npos ? 0 : static_cast<std::uint32_t>(separator + 1);
+}
+
+bool begins_with(std::string_view text, std::string_view beginning) {
+    return equal_bytes(text.substr(0, beginning.size()), beginning);
 }
 
 // The bytes that two folders begin with in common, whole components only.
@@ -33,7 +38,7 @@ public:
     explicit OpenFolders(std::vector<ShardPlan::Folder>& all) : all_(all) {}
 
     std::uint32_t number_of(std::string_view folder) {
-        while (!open_.empty() && !folder.starts_with(open_.back().text)) open_.pop_back();
+        while (!open_.empty() && !begins_with(folder, open_.back().text)) open_.pop_back();
         if (open_.empty() || open_.back().text.size() != folder.size()) {
             open_.push_back({folder, static_cast<std::uint32_t>(all_.size())});
             all_.push_back({folder, bytes_});
@@ -78,7 +83,7 @@ void ShardPlan::add_segment(const Batch& batch, std::size_t first, std::size_t s
         paths_bytes += stored_path_bytes(path.size());
 
         const std::string_view folder = path.substr(0, entry.name_offset);
-        if (i != first && folder == run_folder) {
+        if (i != first && equal_bytes(folder, run_folder)) {
             entry.folder = entries[i - 1].folder;
             continue;
         }

@@ -248,7 +248,7 @@ TEST_F(CacheFolder, a_folder_that_another_process_makes_meanwhile_is_taken) {
 
 TEST_F(CacheFolder, a_file_that_another_process_makes_meanwhile_is_a_failure) {
     simulated::on_platform_call(1, simulated::kCreateFolder, [] { simulated::add_file(u"C:\\a"); });
-    EXPECT_EQ(write_to(u"C:\\a\\b\\index"), kFolderFailed);
+    EXPECT_EQ(write_to(u"C:\\a\\index"), kFolderFailed);
 }
 
 // ---- The temporary file -------------------------------------------------------------------------
