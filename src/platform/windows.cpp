@@ -107,6 +107,26 @@ std::uint32_t attributes(const char16_t* path) noexcept {
     return GetFileAttributesW(wide(path));
 }
 
+namespace {
+
+Error target_status(HANDLE target, Status& out) {
+    FILE_BASIC_INFO basic;
+    if (!GetFileInformationByHandleEx(target, FileBasicInfo, &basic, sizeof basic)) {
+        return last_error();
+    }
+    out = {basic.FileAttributes, 0};
+    // A file system without reparse points, to which a junction may well lead, refuses this query.
+    if ((out.attributes & kAttributeReparsePoint) == 0) return kSuccess;
+    FILE_ATTRIBUTE_TAG_INFO tag;
+    if (!GetFileInformationByHandleEx(target, FileAttributeTagInfo, &tag, sizeof tag)) {
+        return last_error();
+    }
+    out.reparse_tag = tag.ReparseTag;
+    return kSuccess;
+}
+
+}  // namespace
+
 Error status_following_links(const char16_t* path, Status& out) noexcept {
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (!GetFileAttributesExW(wide(path), GetFileExInfoStandard, &data)) return last_error();
@@ -117,14 +137,9 @@ Error status_following_links(const char16_t* path, Status& out) noexcept {
     HANDLE const target = CreateFileW(wide(path), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
                                       OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (target == INVALID_HANDLE_VALUE) return last_error();
-    FILE_ATTRIBUTE_TAG_INFO info;
-    const Error error =
-        result_of(GetFileInformationByHandleEx(target, FileAttributeTagInfo, &info, sizeof info));
+    const Error error = target_status(target, out);
     CloseHandle(target);
-    if (error != kSuccess) return error;
-    out.attributes = info.FileAttributes;
-    if (out.attributes & kAttributeReparsePoint) out.reparse_tag = info.ReparseTag;
-    return kSuccess;
+    return error;
 }
 
 Error file_information(const char16_t* path, FileInformation& out) noexcept {

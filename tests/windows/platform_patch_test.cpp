@@ -20,8 +20,9 @@ struct Script {
     DWORD status_error = 0;                  // of GetFileAttributesExW
     std::optional<DWORD> status_attributes;
     DWORD target_error = 0;  // of CreateFileW without rights to the contents
-    DWORD tag_error = 0;     // of GetFileInformationByHandleEx
-    std::optional<FILE_ATTRIBUTE_TAG_INFO> tag_info;
+    DWORD basic_error = 0;   // of GetFileInformationByHandleEx
+    DWORD tag_error = 0;     // of the same, asked for the tag
+    std::optional<FILE_ATTRIBUTE_TAG_INFO> target;
     std::wstring drives;  // NULs included; empty: the system's own
     std::optional<DWORD> drives_result;
     bool threads_start = true;
@@ -140,9 +141,15 @@ HANDLE WINAPI create_file(const wchar_t* path, DWORD access, DWORD share, SECURI
 }
 
 BOOL WINAPI get_information(HANDLE file, FILE_INFO_BY_HANDLE_CLASS what, void* out, DWORD bytes) {
+    if (what == FileBasicInfo && script.basic_error != 0) return fail(script.basic_error, FALSE);
     if (what == FileAttributeTagInfo && script.tag_error != 0) return fail(script.tag_error, FALSE);
-    if (what == FileAttributeTagInfo && script.tag_info) {
-        *static_cast<FILE_ATTRIBUTE_TAG_INFO*>(out) = *script.tag_info;
+    if (what == FileBasicInfo && script.target) {
+        *static_cast<FILE_BASIC_INFO*>(out) = {};
+        static_cast<FILE_BASIC_INFO*>(out)->FileAttributes = script.target->FileAttributes;
+        return TRUE;
+    }
+    if (what == FileAttributeTagInfo && script.target) {
+        *static_cast<FILE_ATTRIBUTE_TAG_INFO*>(out) = *script.target;
         return TRUE;
     }
     return GetFileInformationByHandleEx(file, what, out, bytes);
@@ -358,7 +365,7 @@ TEST_F(PlatformPatchTest, scope_that_is_a_link_is_judged_by_what_it_leads_to) {
     };
     script.status_attributes = kLink;
     for (const Row& row : rows) {
-        script.tag_info = row.target;
+        script.target = row.target;
         EXPECT_EQ(build_tree().state, row.accepted ? SS_ENGINE_READY : SS_ENGINE_FAILED);
         EXPECT_EQ(error(), row.accepted ? "" : "The selected folder is unavailable.");
     }
@@ -377,7 +384,15 @@ TEST_F(PlatformPatchTest, scope_link_that_cannot_be_followed_is_unavailable) {
     EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
     EXPECT_EQ(error().rfind("status: ", 0), 0u) << error();
     script.target_error = 0;
-    script.tag_error = ERROR_INVALID_FUNCTION;
+    script.basic_error = ERROR_READ_FAULT;
+    EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
+    EXPECT_EQ(error().rfind("status: ", 0), 0u) << error();
+    script.basic_error = 0;
+
+    // Only what has reparse points can be asked for a tag.
+    script.tag_error = ERROR_INVALID_PARAMETER;
+    EXPECT_EQ(build_tree().state, SS_ENGINE_READY);
+    script.target = {FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT, 0};
     EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
     EXPECT_EQ(error().rfind("status: ", 0), 0u) << error();
 }
