@@ -3,11 +3,11 @@ dll:
 	scripts/setup
 	scripts/build windows
 
-demo test bench sanitize fuzz soak lint package:
+demo test bench sanitize fuzz soak lint package docs picture:
 	scripts/$@
 
 format:
 	scripts/setup lint
 	git ls-files '*.c' '*.h' '*.cpp' '*.hpp' | xargs clang-format -i
 
-.PHONY: dll demo test bench sanitize fuzz soak lint format package
+.PHONY: dll demo test bench sanitize fuzz soak lint format package docs picture
