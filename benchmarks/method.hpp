@@ -1,8 +1,10 @@
 // What every benchmark says about itself and how it takes its times.
 #pragma once
 
+#include <sys/resource.h>
+#include <time.h>
+
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -36,9 +38,25 @@ inline void print_method() {
             break;
         }
     }
-    std::printf("commit    %s\ncompiler  %s\nCPU       %s, one thread, warm\n",
+    std::printf("commit    %s\ncompiler  %s\nCPU       %s, one thread, warm, processor time\n",
                 output_of("git describe --always --dirty 2>/dev/null").c_str(), __VERSION__,
                 processor.c_str());
+}
+
+// The processor time that this thread has used, or that its ended children have: unlike the time on
+// the wall it is the same on a busy machine.
+inline double thread_ms() {
+    timespec time;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
+inline double children_ms() {
+    rusage usage;
+    getrusage(RUSAGE_CHILDREN, &usage);
+    const auto ms = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
+    };
+    return ms(usage.ru_utime) + ms(usage.ru_stime);
 }
 
 struct Times {
@@ -47,17 +65,15 @@ struct Times {
     double most_ms = 0;
 };
 
-// Runs `body` once to warm up and then `runs` times.
+// Runs `body` once to warm up and then `runs` times, by the given clock.
 template <typename Body>
-Times measure(int runs, Body body) {
+Times measure(int runs, double (*clock_ms)(), Body body) {
     std::vector<double> times;
     body();
     for (int i = 0; i < runs; ++i) {
-        const auto start = std::chrono::steady_clock::now();
+        const double start = clock_ms();
         body();
-        const std::chrono::duration<double, std::milli> took =
-            std::chrono::steady_clock::now() - start;
-        times.push_back(took.count());
+        times.push_back(clock_ms() - start);
     }
     std::sort(times.begin(), times.end());
     return {times[times.size() / 2], times.front(), times.back()};

@@ -91,7 +91,8 @@ public:
         for (const CorpusEntry& entry : corpus.entries) names << entry.path << '\n';
         names.close();
         const std::string base = folder_.string();
-        const std::string build = "plocate-build -p " + base + "/names " + base + "/db";
+        // Without -l no it would hide names whose folders are not on this machine.
+        const std::string build = "plocate-build -l no -p " + base + "/names " + base + "/db";
         usable_ = std::system(build.c_str()) == 0;
     }
     ~Plocate() {
@@ -127,19 +128,19 @@ int run(std::size_t count, std::uint32_t limit) {
     ShardList shards;
     std::size_t kept_bytes = 0;
     Batch batch;
-    std::chrono::duration<double, std::nano> publishing{0};
+    double publishing_ms = 0;
     for (const CorpusEntry& entry : corpus.entries) {
         batch.add(entry.path, entry.kind);
         if (batch.size() < kShardEntries && &entry != &corpus.entries.back()) continue;
-        const auto start = std::chrono::steady_clock::now();
+        const double start = thread_ms();
         shards.push_back(std::make_shared<const Shard>(batch));
         batch.clear();
-        publishing += std::chrono::steady_clock::now() - start;
+        publishing_ms += thread_ms() - start;
         kept_bytes += sizeof(Shard) + shards.back()->block_bytes();
     }
     std::printf("index     %.3f of the memory estimate, %.0f ns an entry to publish\n",
                 static_cast<double>(kept_bytes) / static_cast<double>(estimate),
-                publishing.count() / static_cast<double>(corpus.entries.size()));
+                publishing_ms * 1e6 / static_cast<double>(corpus.entries.size()));
     const Plocate plocate(corpus);
     std::printf("limit     %u\n\n", limit);
 
@@ -157,9 +158,10 @@ int run(std::size_t count, std::uint32_t limit) {
             correct = false;
             continue;
         }
-        const Times own = measure(21, [&] { search(shards, row, limit); });
-        const Times plain =
-            measure(3, [&] { plain::search(plain_entries, row.text, row.flags, row.kind, limit); });
+        const Times own = measure(21, thread_ms, [&] { search(shards, row, limit); });
+        const Times plain = measure(3, thread_ms, [&] {
+            plain::search(plain_entries, row.text, row.flags, row.kind, limit);
+        });
         const double multiple = plain.median_ms / own.median_ms;
         std::printf("%-17s %-17s %9u %9.3f (%7.3f - %7.3f) %9.1f %7.1f %5.0f", row.sort, row.text,
                     result.matched, own.median_ms, own.least_ms, own.most_ms, plain.median_ms,
@@ -168,7 +170,8 @@ int run(std::size_t count, std::uint32_t limit) {
         if (plocate.can_run(row)) {
             const std::string command = plocate.command(row);
             const std::string found = output_of(command.c_str());
-            const Times other = measure(5, [&] { static_cast<void>(output_of(command.c_str())); });
+            const Times other =
+                measure(5, children_ms, [&] { static_cast<void>(output_of(command.c_str())); });
             std::printf(" %9.1f", other.median_ms);
             kept = kept && own.median_ms < other.median_ms;
             if (found != std::to_string(result.matched)) std::printf(" (%s)", found.c_str());

@@ -110,8 +110,8 @@ public:
     void close() { file_.close(); }
 
 private:
-    // Whole vectors, up to 15 bytes past the end on both sides: most paths take a few of them, and
-    // a call of memcpy for each path costs as much again as the copying.
+    // Whole vectors, up to kTextPadding - 1 bytes past the end on both sides: most paths take a few
+    // of them, and a call of memcpy for each path costs as much again as the copying.
     static void copy_padded(const char* from, std::size_t bytes, char* to) {
         for (std::size_t at = 0; at < bytes; at += kTextPadding) {
             std::memcpy(to + at, from + at, kTextPadding);

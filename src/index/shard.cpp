@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 #include "common/bytes.hpp"
@@ -29,19 +30,24 @@ private:
     std::byte* at_;
 };
 
-// Both write a text and its NUL at `out` and return the end of what they wrote.
+// These write at `out` and return the end of what they wrote.
 char* store_folded(std::string_view text, char* out) {
     fold_into(text, out);
     out[text.size()] = '\0';
     return out + text.size() + 1;
 }
 
-char* store_with_length(std::string_view text, char* out) {
+char* store_length(std::string_view text, char* out) {
     const auto length = static_cast<std::uint16_t>(text.size());
     std::memcpy(out, &length, kLengthBytes);
-    std::memcpy(out + kLengthBytes, text.data(), text.size());
-    out[kLengthBytes + text.size()] = '\0';
-    return out + stored_path_bytes(text.size());
+    return out + kLengthBytes;
+}
+
+char* store_with_length(std::string_view text, char* out) {
+    out = store_length(text, out);
+    std::memcpy(out, text.data(), text.size());
+    out[text.size()] = '\0';
+    return out + text.size() + 1;
 }
 
 Signature entry_signature(const Segment& segment, std::uint32_t i) {
@@ -51,29 +57,27 @@ Signature entry_signature(const Segment& segment, std::uint32_t i) {
     const bool is_folder = entry.kind == kKindFolder;
     const bool has_upper = !equal_bytes(entry.path.c_str() + entry.name_offset, folded_name.data(),
                                         folded_name.size());
-    signature.bytes |= std::uint64_t{is_folder} << kFolderBit;
-    signature.bytes |= std::uint64_t{has_upper} << kUpperNameBit;
+    signature.words[0] |= std::uint64_t{is_folder} << kFolderBit;
+    signature.words[0] |= std::uint64_t{has_upper} << kUpperNameBit;
     return signature;
 }
 
 void fill_columns(const Segment& segment, std::uint64_t* columns) {
-    std::uint64_t bytes[64];
-    std::uint64_t pairs[64];
+    constexpr unsigned kSquares = std::size(Signature().words);
+    std::uint64_t squares[kSquares][64];
     for (std::uint32_t word = 0; word < segment.words; ++word) {
         const std::uint32_t first = word * 64;
         const std::uint32_t rows = std::min(segment.size - first, std::uint32_t{64});
         for (std::uint32_t row = 0; row < rows; ++row) {
             const Signature signature = entry_signature(segment, first + row);
-            bytes[row] = signature.bytes;
-            pairs[row] = signature.pairs;
+            for (unsigned i = 0; i < kSquares; ++i) squares[i][row] = signature.words[i];
         }
-        std::fill(bytes + rows, bytes + 64, 0);
-        std::fill(pairs + rows, pairs + 64, 0);
-        transpose(bytes);
-        transpose(pairs);
-        for (unsigned bit = 0; bit < 64; ++bit) {
-            columns[bit * segment.words + word] = bytes[bit];
-            columns[(64 + bit) * segment.words + word] = pairs[bit];
+        for (unsigned i = 0; i < kSquares; ++i) {
+            std::fill(squares[i] + rows, squares[i] + 64, 0);
+            transpose(squares[i]);
+        }
+        for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
+            columns[bit * segment.words + word] = squares[bit / 64][bit % 64];
         }
     }
 }
@@ -119,6 +123,7 @@ Shard::Shard(const Batch& batch) {
     std::copy(plan.runs.begin(), plan.runs.end(), runs);
     std::vector<const char*> folded_folders(plan.folders.size());
     for (std::size_t i = 0; i < folded_folders.size(); ++i) {
+        folder = store_length(plan.folders[i].text, folder);
         folded_folders[i] = folder;
         folder = store_folded(plan.folders[i].text, folder);
     }
@@ -149,7 +154,8 @@ Shard::Shard(const Batch& batch) {
         segment.run_count = static_cast<std::uint32_t>(planned.run_count);
         segment.name_starts = name_starts + planned.first_entry;
         segment.names = names;
-        segment.folder_texts = {folded_folders[planned.first_folder], planned.folders_bytes};
+        segment.folder_texts = {folded_folders[planned.first_folder] - kLengthBytes,
+                                planned.folders_bytes};
         fill_columns(segment, columns);
         columns += planned.words * kSignatureBits;
         segment.folders = count_folders(segment);

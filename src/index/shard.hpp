@@ -13,9 +13,9 @@
 //   name starts  uint32[n + 1], positions in `names`
 //   runs         per segment: FolderRun[runs + 1], neighbours that share a folder
 //   names        the folded names, each closed by a NUL, in entry order
-//   folders      per segment: the folded folders, each closed by a NUL and shared by its entries
+//   folders      per segment: length, folded folder, NUL; each shared by all its entries
 //   paths        per entry: length, path, NUL
-//   padding      so that a vector may be loaded from any byte of any text
+//   padding      so that vectors may be loaded from any byte of any text
 //
 // A reader needs no lock: it holds a reference to the shard and only reads.
 #pragma once
@@ -35,18 +35,17 @@ namespace system_search {
 inline constexpr std::size_t kShardEntries = 1024;
 inline constexpr std::size_t kSegmentEntries = 1024;
 // Readable bytes behind every text of a shard.
-inline constexpr std::size_t kTextPadding = 16;
+inline constexpr std::size_t kTextPadding = 32;
 
 class Batch;
 
 // Neighbouring entries of a segment whose stored folders (the path before the name) are equal.
 struct FolderRun {
     std::uint32_t folder_start;  // into the segment's folder texts
-    std::uint16_t folder_bytes;
+    std::uint16_t first;         // its first entry, counted within the segment
     // How much of the folder is the same as in the run before: whole components, so that it ends
     // behind a "/". 0 in a segment's first run.
     std::uint16_t shared_bytes;
-    std::uint16_t first;  // its first entry, counted within the segment
 };
 
 struct Segment {
@@ -61,7 +60,7 @@ struct Segment {
 
     const std::uint32_t* name_starts;  // into `names`; one more closes the last
     const char* names;                 // the whole shard's
-    std::string_view folder_texts;     // every folder of the runs, once
+    std::string_view folder_texts;     // every folder of the runs once, and the lengths
     const Entry* least;                // the first in result order
 
     const std::uint64_t* column(unsigned signature_bit) const {
@@ -71,7 +70,7 @@ struct Segment {
         return {names + name_starts[entry], name_starts[entry + 1] - name_starts[entry] - 1};
     }
     std::string_view folded_folder(const FolderRun& run) const {
-        return {folder_texts.data() + run.folder_start, run.folder_bytes};
+        return StoredText(folder_texts.data() + run.folder_start).view();
     }
 };
 

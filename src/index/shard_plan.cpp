@@ -41,8 +41,8 @@ public:
         while (!open_.empty() && !begins_with(folder, open_.back().text)) open_.pop_back();
         if (open_.empty() || open_.back().text.size() != folder.size()) {
             open_.push_back({folder, static_cast<std::uint32_t>(all_.size())});
-            all_.push_back({folder, bytes_});
-            bytes_ += static_cast<std::uint32_t>(folder.size()) + 1;
+            all_.push_back({folder, bytes_ + static_cast<std::uint32_t>(kLengthBytes)});
+            bytes_ += static_cast<std::uint32_t>(stored_text_bytes(folder.size()));
         }
         return open_.back().number;
     }
@@ -80,7 +80,7 @@ void ShardPlan::add_segment(const Batch& batch, std::size_t first, std::size_t s
         EntryPlan& entry = entries[i];
         entry.name_offset = name_offset(path);
         names_bytes += path.size() - entry.name_offset + 1;
-        paths_bytes += stored_path_bytes(path.size());
+        paths_bytes += stored_text_bytes(path.size());
 
         const std::string_view folder = path.substr(0, entry.name_offset);
         if (i != first && equal_bytes(folder, run_folder)) {
@@ -88,12 +88,12 @@ void ShardPlan::add_segment(const Batch& batch, std::size_t first, std::size_t s
             continue;
         }
         entry.folder = open.number_of(folder);
-        runs.push_back({folders[entry.folder].start, static_cast<std::uint16_t>(folder.size()),
-                        shared_bytes(run_folder, folder), static_cast<std::uint16_t>(i - first)});
+        runs.push_back({folders[entry.folder].start, static_cast<std::uint16_t>(i - first),
+                        shared_bytes(run_folder, folder)});
         run_folder = folder;
     }
     segment.run_count = runs.size() - segment.first_run;
-    runs.push_back({0, 0, 0, static_cast<std::uint16_t>(size)});
+    runs.push_back({0, static_cast<std::uint16_t>(size), 0});
 
     segment.folders_bytes = open.bytes();
     folders_bytes += segment.folders_bytes;

@@ -44,10 +44,10 @@ private:
     void add_segment(const Batch& batch, std::size_t first, std::size_t size);
 };
 
-// What a path takes in the block: its length, its bytes, its NUL.
+// What a StoredText takes in the block: its length, its bytes, its NUL.
 inline constexpr std::size_t kLengthBytes = sizeof(std::uint16_t);
-constexpr std::size_t stored_path_bytes(std::size_t path_bytes) {
-    return kLengthBytes + path_bytes + 1;
+constexpr std::size_t stored_text_bytes(std::size_t text_bytes) {
+    return kLengthBytes + text_bytes + 1;
 }
 
 }  // namespace system_search

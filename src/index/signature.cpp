@@ -3,15 +3,25 @@
 namespace system_search {
 
 Signature name_signature(std::string_view folded_name) noexcept {
-    Signature signature{};
+    // Kept in registers: a bit set through an index would wait for the one before it.
+    std::uint64_t bytes = 0;
+    std::uint64_t low_pairs = 0;
+    std::uint64_t high_pairs = 0;
     char before = '\0';
-    for (const char byte : folded_name) {
-        signature.bytes |= std::uint64_t{1} << byte_bit(byte);
-        signature.pairs |= std::uint64_t{1} << (pair_bit(before, byte) - 64);
+    const auto add_pair = [&](char byte) {
+        const unsigned bit = pair_bit(before, byte) - 64;
+        const std::uint64_t mask = std::uint64_t{1} << bit % 64;
+        const std::uint64_t is_high = ~std::uint64_t{0} * (bit / 64);
+        low_pairs |= mask & ~is_high;
+        high_pairs |= mask & is_high;
         before = byte;
+    };
+    for (const char byte : folded_name) {
+        bytes |= std::uint64_t{1} << byte_bit(byte);
+        add_pair(byte);
     }
-    signature.pairs |= std::uint64_t{1} << (pair_bit(before, '\0') - 64);
-    return signature;
+    add_pair('\0');
+    return {{bytes, low_pairs, high_pairs}};
 }
 
 void transpose(std::uint64_t (&rows)[64]) noexcept {

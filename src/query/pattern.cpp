@@ -7,39 +7,41 @@
 #include "system_search.h"
 
 namespace system_search {
-namespace {
 
-constexpr std::string_view kWildcards = "*?";
-
-// Simplifies the text where that changes no answer.
-Mode simplify(std::string& text) {
-    if (text.empty()) return Mode::kEverything;
-    if (text.find_first_of(kWildcards) == std::string::npos) return Mode::kSubstring;
+Pattern::Pattern(std::string_view query_text, std::uint32_t flags)
+    : match_path((flags & SS_MATCH_PATH) != 0),
+      match_case((flags & SS_MATCH_CASE) != 0),
+      needs_rule(query_text.find('?') != std::string_view::npos),
+      text(query_text) {
+    if (!match_case) fold_into(text, text.data());
+    const bool wildcard = needs_rule || text.find('*') != std::string::npos;
+    if (!wildcard) {
+        if (!text.empty()) parts.push_back(text);
+        return;
+    }
 
     // A second "*" begins where the first one did.
     const auto both_stars = [](char a, char b) { return a == '*' && b == '*'; };
     text.erase(std::unique(text.begin(), text.end(), both_stars), text.end());
-    if (text == "*") return Mode::kEverything;
+    if (needs_rule) return;
 
-    // "*" reaches code points only: a word that begins inside one is not found everywhere.
-    if (text.size() > 2 && text.front() == '*' && text.back() == '*' && !is_continuation(text[1]) &&
-        text.find_first_of(kWildcards, 1) == text.size() - 1) {
-        text = text.substr(1, text.size() - 2);
-        return Mode::kSubstring;
+    const std::string_view whole = text;
+    const std::size_t first = whole.find('*');
+    const std::size_t last = whole.rfind('*');
+    prefix = whole.substr(0, first);
+    suffix = whole.substr(last + 1);
+    for (std::size_t star = first; star != last;) {
+        const std::size_t next = whole.find('*', star + 1);
+        parts.push_back(whole.substr(star + 1, next - star - 1));
+        star = next;
     }
-    return Mode::kWildcard;
-}
-
-}  // namespace
-
-Pattern::Pattern(std::string_view query_text, std::uint32_t flags)
-    : text(query_text),
-      match_path((flags & SS_MATCH_PATH) != 0),
-      match_case((flags & SS_MATCH_CASE) != 0),
-      mode(simplify(text)) {
-    folded_text = text;
-    fold_into(folded_text, folded_text.data());
-    if (!match_case) text = folded_text;
+    // What is prepared for each part grows with their number squared.
+    constexpr std::size_t kMostParts = 32;
+    const auto begins_inside = [](std::string_view piece) {
+        return !piece.empty() && is_continuation(piece.front());
+    };
+    needs_rule = parts.size() > kMostParts || begins_inside(suffix) ||
+                 std::any_of(parts.begin(), parts.end(), begins_inside);
 }
 
 }  // namespace system_search

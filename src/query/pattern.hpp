@@ -4,25 +4,31 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace system_search {
 
-enum class Mode {
-    kEverything,  // every subject matches
-    kSubstring,   // the text occurs somewhere in the subject
-    kWildcard,    // the text, with its "*" and "?", matches the whole subject
-};
-
+// Nearly every pattern is a list of parts: the subject begins with the prefix, ends with the
+// suffix, and in between holds the parts, in this order and without overlap. A text without
+// wildcards is one part; "*" is none, and matches everything.
 struct Pattern {
     Pattern(std::string_view query_text, std::uint32_t flags);
+    Pattern(const Pattern&) = delete;
+    Pattern& operator=(const Pattern&) = delete;
 
-    // The query text, folded unless `match_case`, in its simplest equal form: no "**"; and "*word*"
-    // and "*" are not wildcard patterns but a substring and everything.
-    std::string text;
-    std::string folded_text;  // what the folded copy of a match has to match
-    bool match_path;          // the subject is the whole path, not the name
-    bool match_case;          // the subject is the path as stored, not its folded copy
-    Mode mode;
+    bool match_path;  // the subject is the whole path, not the name
+    bool match_case;  // the subject is the path as stored, not its folded copy
+    // True when the text holds a "?" or very many parts, or when a part would begin inside a code
+    // point, where "*" cannot always end: then the wildcard rule itself has to tell what matches.
+    bool needs_rule;
+    std::string text;  // the query text, folded unless `match_case`; no "**" in a wildcard text
+    std::string_view prefix;  // these are pieces of `text`
+    std::string_view suffix;
+    std::vector<std::string_view> parts;
+
+    bool matches_everything() const {
+        return !needs_rule && prefix.empty() && suffix.empty() && parts.empty();
+    }
 };
 
 }  // namespace system_search

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/text.hpp"
 #include "index/signature.hpp"
 
 namespace system_search {
@@ -25,17 +26,17 @@ void SignatureFilter::require_bit(unsigned signature_bit) {
     }
 }
 
-void SignatureFilter::require(std::string_view folded_text, bool begins, bool ends) {
-    for (std::size_t i = 0; i < folded_text.size(); ++i) {
-        require_bit(byte_bit(folded_text[i]));
-        if (i + 1 < folded_text.size()) require_bit(pair_bit(folded_text[i], folded_text[i + 1]));
+void SignatureFilter::require(std::string_view text, bool begins, bool ends) {
+    char before = '\0';
+    bool has_before = begins && (ends || !text.empty());
+    for (const char byte : text) {
+        const char folded = fold(byte);
+        require_bit(byte_bit(folded));
+        if (has_before) require_bit(pair_bit(before, folded));
+        before = folded;
+        has_before = true;
     }
-    if (folded_text.empty()) {
-        if (begins && ends) require_bit(pair_bit('\0', '\0'));
-        return;
-    }
-    if (begins) require_bit(pair_bit('\0', folded_text.front()));
-    if (ends) require_bit(pair_bit(folded_text.back(), '\0'));
+    if (ends && has_before) require_bit(pair_bit(before, '\0'));
 }
 
 bool SignatureFilter::apply(const Segment& segment, EntryBits& bits) const {

@@ -5,12 +5,9 @@
 #include <string_view>
 #include <vector>
 
-#include "index/shard.hpp"
+#include "query/entry_bits.hpp"
 
 namespace system_search {
-
-// One bit per entry of a segment.
-using EntryBits = std::uint64_t[kSegmentEntries / 64];
 
 class SignatureFilter {
 public:

@@ -1,5 +1,8 @@
 #include "query/wildcard.hpp"
 
+#include <algorithm>
+#include <cstring>
+
 namespace system_search {
 namespace {
 
@@ -14,24 +17,35 @@ std::size_t next_code_point(std::string_view text, std::size_t position) {
 }  // namespace
 
 Wildcard::Wildcard(std::string_view pattern, const std::atomic<bool>& cancel)
-    : pattern_(pattern), cancel_(cancel) {
-    const std::size_t first = pattern.find_first_of("*?");
-    const std::size_t last = pattern.find_last_of("*?");
-    prefix_ = pattern.substr(0, first);
-    suffix_ = pattern.substr(last + 1);
-    one_star_ = first == last && pattern[first] == '*';
+    : pattern_(pattern), suffix_(pattern.substr(pattern.find_last_of("*?") + 1)), cancel_(cancel) {
+    unsigned char head[sizeof head_] = {};
+    unsigned char literal[sizeof head_] = {};
+    unsigned char high[sizeof head_] = {};
+    head_bytes_ = std::min({pattern.find('*'), pattern.size(), sizeof head});
+    for (std::size_t i = 0; i < head_bytes_; ++i) {
+        high[i] = 0x80;
+        if (pattern[i] == '?') continue;
+        head[i] = static_cast<unsigned char>(pattern[i]);
+        literal[i] = 0xFF;
+    }
+    std::memcpy(&head_, head, sizeof head_);
+    std::memcpy(&head_literal_, literal, sizeof head_);
+    std::memcpy(&head_high_, high, sizeof head_);
+    head_decides_ = pattern.size() == head_bytes_ + 1 && pattern.back() == '*';
 }
 
 bool Wildcard::matches(std::string_view subject) const {
-    if (subject.size() < prefix_.size() + suffix_.size()) return false;
-    if (!subject.ends_with(suffix_) || !subject.starts_with(prefix_)) return false;
-    if (one_star_) {
-        // The "*" reaches whole code points only, counted from where it begins.
-        const std::size_t suffix_start = subject.size() - suffix_.size();
-        return suffix_.empty() || suffix_start == prefix_.size() ||
-               !is_continuation(subject[suffix_start]);
+    // Each byte of the head takes a byte of the subject at least, and exactly one as long as the
+    // subject is ASCII, which nearly every name is. So most names are told by one comparison.
+    if (subject.size() < head_bytes_) return false;
+    std::uint64_t begin;
+    std::memcpy(&begin, subject.data(), sizeof begin);
+    if ((begin & head_high_) == 0) {
+        if (((begin ^ head_) & head_literal_) != 0) return false;
+        // Behind the head a byte that continues it may stand only where "*" takes it.
+        if (head_decides_) return true;
     }
-    return finish(subject, {});
+    return subject.ends_with(suffix_) && finish(subject, {});
 }
 
 Wildcard::Outcome Wildcard::advance(std::string_view subject, std::size_t stop,

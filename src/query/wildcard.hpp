@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace system_search {
@@ -26,7 +27,7 @@ public:
     // The pattern must outlive this, and holds no "**". `cancel` ends a long match as rejected.
     Wildcard(std::string_view pattern, const std::atomic<bool>& cancel);
 
-    // Whether the pattern matches all of the subject.
+    // Whether the pattern matches all of the subject, behind which 8 bytes must be readable.
     bool matches(std::string_view subject) const;
 
     // Takes a match on until the position `stop` of the subject is reached; what stands there must
@@ -38,9 +39,13 @@ public:
 
 private:
     std::string_view pattern_;
-    std::string_view prefix_;  // the bytes before the first wildcard
-    std::string_view suffix_;  // the bytes behind the last one
-    bool one_star_;            // and no "?": prefix and suffix decide
+    std::string_view suffix_;  // the bytes behind the last wildcard
+    // The first bytes of what stands before the first "*", at most 8 of them.
+    std::size_t head_bytes_;
+    std::uint64_t head_;
+    std::uint64_t head_literal_;  // ones where the head has no "?"
+    std::uint64_t head_high_;     // the highest bit of each of its bytes
+    bool head_decides_;           // nothing but a "*" follows
     const std::atomic<bool>& cancel_;
 };
 

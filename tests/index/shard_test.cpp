@@ -192,11 +192,11 @@ TEST(Shard, columns_hold_the_signature_of_every_name) {
         for (std::uint32_t i = 0; i < segment.size; ++i) {
             const Entry& entry = segment.entries[i];
             Signature signature = name_signature(entry.folded_name());
-            if (entry.kind == kKindFolder) signature.bytes |= 1u << kFolderBit;
-            if (entry.name() != entry.folded_name()) signature.bytes |= 1u << kUpperNameBit;
+            if (entry.kind == kKindFolder) signature.words[0] |= 1u << kFolderBit;
+            if (entry.name() != entry.folded_name()) signature.words[0] |= 1u << kUpperNameBit;
             for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
-                const std::uint64_t half = bit < 64 ? signature.bytes : signature.pairs;
-                ASSERT_EQ(segment.column(bit)[i / 64] >> (i % 64) & 1, half >> (bit % 64) & 1);
+                ASSERT_EQ(segment.column(bit)[i / 64] >> (i % 64) & 1,
+                          signature.words[bit / 64] >> (bit % 64) & 1);
             }
         }
         for (std::uint32_t i = segment.size; i < segment.words * 64; ++i) {

@@ -9,7 +9,7 @@ namespace system_search {
 namespace {
 
 bool has(const Signature& signature, unsigned bit) {
-    return ((bit < 64 ? signature.bytes : signature.pairs) >> bit % 64 & 1) != 0;
+    return (signature.words[bit / 64] >> bit % 64 & 1) != 0;
 }
 
 TEST(Signature, holds_every_byte_and_every_pair_of_a_name_and_its_two_ends) {
@@ -24,18 +24,19 @@ TEST(Signature, holds_every_byte_and_every_pair_of_a_name_and_its_two_ends) {
 
 TEST(Signature, of_an_empty_name_is_its_two_ends_alone) {
     const Signature signature = name_signature("");
-    EXPECT_EQ(signature.bytes, 0u);
-    EXPECT_EQ(signature.pairs, std::uint64_t{1} << (pair_bit('\0', '\0') - 64));
+    for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
+        EXPECT_EQ(has(signature, bit), bit == pair_bit('\0', '\0')) << bit;
+    }
 }
 
-TEST(Signature, bits_of_bytes_and_pairs_keep_to_their_halves) {
-    for (unsigned a = 0; a < 256; ++a) {
+TEST(Signature, bits_of_bytes_and_bits_of_pairs_are_not_the_same) {
+    for (unsigned a = 1; a < 256; ++a) {
         EXPECT_GT(byte_bit(static_cast<char>(a)), kUpperNameBit);
         EXPECT_LT(byte_bit(static_cast<char>(a)), 64u);
         for (unsigned b = 0; b < 256; ++b) {
             const unsigned bit = pair_bit(static_cast<char>(a), static_cast<char>(b));
             ASSERT_GE(bit, 64u);
-            ASSERT_LT(bit, 128u);
+            ASSERT_LT(bit, kSignatureBits);
         }
     }
 }
@@ -51,6 +52,24 @@ TEST(Signature, byte_with_its_own_bit_shares_it_with_no_other) {
     }
     EXPECT_TRUE(has_own_bit('a') && has_own_bit('0') && has_own_bit('.'));
     EXPECT_FALSE(has_own_bit('\xC3') || has_own_bit('"') || has_own_bit('A'));
+}
+
+TEST(Signature, pair_with_its_own_bit_shares_it_with_no_other) {
+    std::size_t own = 0;
+    for (unsigned first = 0; first < 0x10000; ++first) {
+        const auto a = static_cast<char>(first / 256);
+        const auto b = static_cast<char>(first % 256);
+        if (!has_own_bit(a, b)) continue;
+        ++own;
+        for (unsigned second = 0; second < 0x10000; ++second) {
+            if (second == first) continue;
+            ASSERT_NE(pair_bit(a, b),
+                      pair_bit(static_cast<char>(second / 256), static_cast<char>(second % 256)));
+        }
+    }
+    EXPECT_EQ(own, 32u);
+    EXPECT_TRUE(has_own_bit('i', 'n'));
+    EXPECT_FALSE(has_own_bit('q', 'z') || has_own_bit('\0', 'i') || has_own_bit('n', '\0'));
 }
 
 TEST(Transpose, makes_rows_of_columns) {

@@ -112,6 +112,42 @@ TEST(Scan, agrees_with_the_plain_scan_over_all_small_inputs) {
     }
 }
 
+// Deep enough for several stars, each in the folder, in the name, or across the two.
+TEST(Scan, agrees_with_the_plain_scan_over_all_small_paths_and_stars) {
+    std::vector<plain::Entry> entries;
+    for (const std::string& path : all_texts({"a", "b", "/"}, 6)) {
+        if (!path.empty()) entries.emplace_back(path, 1);
+    }
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const auto& a, const auto& b) { return a.path < b.path; });
+    const Catalogue catalogue(std::move(entries));
+    for (const std::string& text : all_texts({"a", "b", "/", "*"}, 6)) {
+        ASSERT_TRUE(same_answer(catalogue, text, /*flags=*/1, 0, 2));
+    }
+    for (const std::string& text : all_texts({"a", "/", "*", "?"}, 5)) {
+        ASSERT_TRUE(same_answer(catalogue, text, /*flags=*/1, 0, 2));
+    }
+}
+
+TEST(Scan, agrees_with_the_plain_scan_on_patterns_of_very_many_stars) {
+    std::vector<plain::Entry> entries;
+    for (std::size_t length = 1; length < 90; ++length) {
+        entries.emplace_back("C:/" + std::string(length, 'a') + "/" + std::string(90 - length, 'a'),
+                             1);
+        entries.emplace_back("C:/b/" + std::string(length, 'a'), 1);
+    }
+    const Catalogue catalogue(std::move(entries));
+    for (std::size_t stars = 1; stars < 90; ++stars) {
+        std::string text;
+        for (std::size_t i = 0; i < stars; ++i) text += "*a";
+        for (const std::string& pattern : {text, text + "*", "a" + text, "c:/" + text}) {
+            for (std::uint32_t flags = 0; flags < 4; ++flags) {
+                ASSERT_TRUE(same_answer(catalogue, pattern, flags, 0, 10));
+            }
+        }
+    }
+}
+
 TEST(Scan, agrees_with_the_plain_scan_on_shards_of_every_size_around_a_word) {
     for (const std::size_t size : {1u, 2u, 63u, 64u, 65u, 127u, 128u, 1023u, 1024u, 1025u, 3000u}) {
         std::vector<plain::Entry> entries;
