@@ -186,21 +186,26 @@ TEST_F(EngineApiTest, failed_join_of_the_earlier_build_keeps_its_text_and_its_in
 }
 
 TEST_F(EngineApiTest, start_from_the_build_thread_itself_is_refused_or_fails) {
-    std::atomic<int> result{-1};
-    on_platform_call(1, kOpenFolder, [&] { result = ss_start(handle_, "C:\\top", "", 0); });
-    build("C:\\top");
-    EXPECT_EQ(result, 0) << "a build is running";
-
-    // Past its final state the thread is still there: joining it would wait for itself.
+    std::int32_t while_running = -1;
+    std::int32_t when_ended = -1;
+    std::uint32_t state = 0;
+    Gate gate;
     on_platform_call(1, kOpenFolder, [&] {
+        gate.hold();
+        while_running = ss_start(handle_, "C:\\top", "", 0);
+        // Past its final state the thread is still there: joining it would wait for itself.
         engine().state = SS_ENGINE_READY;
-        result = ss_start(handle_, "C:\\top", "", 0);
-        EXPECT_EQ(engine().state, SS_ENGINE_FAILED);
-        engine().state = SS_ENGINE_RUNNING;
+        when_ended = ss_start(handle_, "C:\\top", "", 0);
+        state = engine().state.exchange(SS_ENGINE_RUNNING);
     });
-    result = -1;
-    EXPECT_EQ(build("C:\\top").state, SS_ENGINE_READY);
-    EXPECT_EQ(result, 0);
+    ASSERT_EQ(ss_start(handle_, "C:\\top", "", 0), 1);
+    ASSERT_TRUE(gate.wait_until_held());
+    gate.release();       // the host's own call of ss_start is over
+    ss_destroy(handle_);  // joins the build; its state changes under a host that polls
+    handle_ = nullptr;
+    EXPECT_EQ(while_running, 0);
+    EXPECT_EQ(when_ended, 0);
+    EXPECT_EQ(state, SS_ENGINE_FAILED);
 }
 
 // ---- Memory -------------------------------------------------------------------------------------
