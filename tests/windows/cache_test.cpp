@@ -74,6 +74,25 @@ std::string read_file(const fs::path& path) {
     return bytes;
 }
 
+// With the device prefix, for paths that the standard library finds too long.
+void remove_tree(const std::wstring& folder) {
+    WIN32_FIND_DATAW found;
+    const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return;
+    do {
+        const std::wstring_view name = found.cFileName;
+        if (name == L"." || name == L"..") continue;
+        const std::wstring path = folder + L'\\' + found.cFileName;
+        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+            remove_tree(path);
+        } else {
+            DeleteFileW(path.c_str());
+        }
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+    RemoveDirectoryW(folder.c_str());
+}
+
 // ---- A folder to index, a folder for the cache, an engine ---------------------------------------
 
 EngineStatus finish(SystemSearchEngine* engine) {
@@ -89,6 +108,7 @@ class Cache : public testing::Test {
 protected:
     void SetUp() override {
         root = fs::temp_directory_path() / ("cache_test." + std::to_string(GetCurrentProcessId()));
+        remove_root();  // process numbers come again
         fs::create_directories(root / "music" / "b");
         fs::create_directories(root / "cache");
         write_file(root / "music" / "a.mp3", "1");
@@ -102,8 +122,11 @@ protected:
     }
     void TearDown() override {
         ss_destroy(engine);
-        std::error_code ignored;
-        fs::remove_all(root, ignored);
+        remove_root();
+    }
+    void remove_root() {
+        remove_tree(L"\\\\?\\" + root.wstring());
+        ASSERT_FALSE(fs::exists(root));
     }
     EngineStatus build(const std::string& cache_path, int force = 0) {
         EXPECT_EQ(ss_start(engine, scope.c_str(), cache_path.c_str(), force), 1);
