@@ -10,7 +10,7 @@ failed=0
 # The check has to refuse what the sed script makes of FILE.
 refuses() {  # FILE SED-SCRIPT MESSAGE
     rm -rf "${scratch:?}"/*
-    cp -r "$SS_SOURCE"/{docs,examples,include,scripts} "$scratch"
+    cp -r "$SS_SOURCE"/{benchmarks,docs,examples,include,scripts,*.md,LICENSE} "$scratch"
     sed -i "$2" "$scratch/$1"
     ! cmp -s "$SS_SOURCE/$1" "$scratch/$1" || { echo "nothing changed: $2"; failed=1; }
     if message=$("$scratch/scripts/docs" --check 2>&1); then
@@ -27,4 +27,5 @@ refuses $header 's,^/\* Fills .out.. With a null query.*,int ss_more(void);\n&,'
 refuses $header 's,never blocks,may block,I' 'docs/reference.md is not up to date'
 refuses examples/guide/describe_build.c 's,Nothing is,Nothing was,' 'docs/guide.md is not up to date'
 refuses docs/guide.md 's,<!-- snippet: examples/guide/cache_path.c -->,,' 'cache_path.c'
+refuses docs/guide.md 's,](reference.md),](references.md),' 'links to references.md'
 exit $failed
