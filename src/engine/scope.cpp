@@ -33,20 +33,8 @@ std::vector<std::u16string> local_drives() {
 
 // Errors that say that the path, or what a link on it leads to, is not there.
 bool is_missing(platform::Error error) {
-    switch (error) {
-        case platform::kFileNotFound:
-        case platform::kPathNotFound:
-        case platform::kBadNetworkPath:
-        case platform::kNetworkNameDeleted:
-        case platform::kInvalidName:
-        case platform::kBadPathName:
-        case platform::kInvalidDirectory:
-        case platform::kCannotAccessFile:
-        case platform::kCannotResolveName:
-            return true;
-        default:
-            return false;
-    }
+    return platform::is_not_found(error) || error == platform::kCannotAccessFile ||
+           error == platform::kCannotResolveName;
 }
 
 bool is_unfollowed_link(const platform::Status& status) {

@@ -15,21 +15,6 @@ namespace {
 // processor's cache between its filling and the system's taking it.
 constexpr std::size_t kBufferBytes = std::size_t{1} << 20;
 
-bool is_missing(platform::Error error) {
-    switch (error) {
-        case platform::kFileNotFound:
-        case platform::kPathNotFound:
-        case platform::kBadNetworkPath:
-        case platform::kNetworkNameDeleted:
-        case platform::kInvalidName:
-        case platform::kBadPathName:
-        case platform::kInvalidDirectory:
-            return true;
-        default:
-            return false;
-    }
-}
-
 // What stands at `path`, links followed: kSuccess is a folder, kInvalidDirectory with `exists` set
 // anything else.
 platform::Error find_folder(const std::u16string& path, bool& exists) {
@@ -46,7 +31,7 @@ bool create_folders(std::u16string path) {
     for (bool exists = false;;) {
         const platform::Error error = find_folder(path, exists);
         if (error == platform::kSuccess) break;
-        if (exists || !is_missing(error)) return false;
+        if (exists || !platform::is_not_found(error)) return false;
         std::u16string parent(parent_path(path));
         const bool is_topmost = parent.empty() || parent.size() == path.size();
         missing.push_back(std::move(path));

@@ -40,6 +40,22 @@ inline constexpr Error kPossibleDeadlock = 1131;
 inline constexpr Error kCannotAccessFile = 1920;   // a reparse point that the system cannot open
 inline constexpr Error kCannotResolveName = 1921;  // links that lead in a circle
 
+// Errors that say that a path, or a part of it, is not there.
+constexpr bool is_not_found(Error error) {
+    switch (error) {
+        case kFileNotFound:
+        case kPathNotFound:
+        case kBadNetworkPath:
+        case kNetworkNameDeleted:
+        case kInvalidName:
+        case kBadPathName:
+        case kInvalidDirectory:
+            return true;
+        default:
+            return false;
+    }
+}
+
 inline constexpr std::uint32_t kAttributeDirectory = 0x10;
 inline constexpr std::uint32_t kAttributeReparsePoint = 0x400;
 // What attributes() gives when it fails. Every bit is set, the reparse-point bit included.
