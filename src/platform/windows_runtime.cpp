@@ -19,6 +19,10 @@
 
 #include "platform/platform.hpp"
 
+// The names are the runtime's, and its mutex is opened here by right.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTBEGIN(readability-identifier-naming,cert-fio38-c,misc-non-copyable-objects)
+
 // Frees the runtime's reserve for exceptions, which it allocates when the library is loaded.
 namespace __gnu_cxx {
 void __freeres();
@@ -112,3 +116,6 @@ int pthread_mutex_destroy(pthread_mutex_t*) {
 }
 
 }  // extern "C"
+
+// NOLINTEND(readability-identifier-naming,cert-fio38-c,misc-non-copyable-objects)
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
