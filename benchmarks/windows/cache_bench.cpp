@@ -8,20 +8,16 @@
 // the DLL saves only behind a walk.
 //
 //     cache_bench [ENTRIES]
-#include <windows.h>
-
-#include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <random>
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "system_search.h"
+#include "windows/dll_method.hpp"
 
 namespace {
+
+using system_search::bench::process_ms;
 
 constexpr char kScope[] = "C:\\made up";
 constexpr double kAim = 2.5;
@@ -131,25 +127,10 @@ void* read_and_touch(const std::string& path, std::uint64_t estimate) {
     return memory;
 }
 
-double process_ms() {
-    FILETIME created;
-    FILETIME ended;
-    FILETIME kernel;
-    FILETIME user;
-    GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user);
-    const auto units = [](FILETIME time) {
-        return static_cast<double>(time.dwHighDateTime) * 4294967296.0 + time.dwLowDateTime;
-    };
-    return (units(kernel) + units(user)) / 1e4;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-#if !defined(__OPTIMIZE__)
-    std::fprintf(stderr, "This build is not optimised: its times mean nothing.\n");
-    return 2;
-#endif
+    system_search::bench::print_method();
     const auto entries =
         static_cast<std::uint32_t>(argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1'000'000);
     char folder[MAX_PATH];
@@ -185,10 +166,10 @@ int main(int argc, char** argv) {
     std::sort(least.begin(), least.end());
     const double times = ours[kRuns / 2] / least[kRuns / 2];
     std::printf(
-        "compiler  %s\ncorpus    %u entries of a seeded tree\n"
+        "corpus    %u entries of a seeded tree\n"
         "file      %.1f MB; index estimated %.1f MB\n"
         "times     of the process: median of %d runs of %d loads (fastest to slowest)\n",
-        __VERSION__, entries, static_cast<double>(made.bytes.size()) / 1e6,
+        entries, static_cast<double>(made.bytes.size()) / 1e6,
         static_cast<double>(made.estimate) / 1e6, kRuns, kLoadsInRun);
     std::printf(
         "load  %6.0f ms (%.0f to %.0f)   least %6.0f ms (%.0f to %.0f)   x %.2f   "

@@ -1,30 +1,20 @@
 // The DLL's walk of a real tree beside a bare recursion with FindFirstFileExW over the same tree,
 // the two taking turns in one run: what the library adds to what the system needs anyway.
 //
-//     windows_walk_bench [FOLDER]
-#include <windows.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <string>
-#include <vector>
+//     walk_bench [FOLDER]
+#include <cstdint>
 
 #include "system_search.h"
+#include "windows/dll_method.hpp"
 
 namespace {
 
+using system_search::bench::median;
+using system_search::bench::now_ms;
+using system_search::bench::spread_percent;
+
 constexpr double kAim = 1.25;
 constexpr int kRuns = 5;
-
-double now_ms() {
-    LARGE_INTEGER frequency;
-    LARGE_INTEGER counter;
-    QueryPerformanceFrequency(&frequency);
-    QueryPerformanceCounter(&counter);
-    return 1000.0 * static_cast<double>(counter.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
 
 // Folders with the reparse-point attribute are not entered, as in the library.
 std::uint32_t enumerate(std::wstring& folder) {
@@ -64,36 +54,12 @@ EngineStatus walk(SystemSearchEngine* engine, const char* folder) {
     return status;
 }
 
-std::string processor() {
-    std::ifstream cpuinfo("Z:\\proc\\cpuinfo");
-    for (std::string line; std::getline(cpuinfo, line);) {
-        if (line.starts_with("model name")) return line.substr(line.find(':') + 2);
-    }
-    return "unknown";
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double spread_percent(const std::vector<double>& values) {
-    const auto [least, most] = std::minmax_element(values.begin(), values.end());
-    return 100.0 * (*most - *least) / median(values);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-#if !defined(__OPTIMIZE__)
-    std::fprintf(stderr, "This build is not optimised: its times mean nothing.\n");
-    return 2;
-#endif
+    system_search::bench::print_method();
     const std::string folder = argc > 1 ? argv[1] : "Z:\\usr\\share";
     const std::wstring root(folder.begin(), folder.end());
-    const char* const commit = std::getenv("SS_COMMIT");
-    std::printf("commit    %s\ncompiler  %s\nCPU       %s\n",
-                commit != nullptr ? commit : "unknown", __VERSION__, processor().c_str());
 
     // One round each warms the file system's caches and checks the answers.
     SystemSearchEngine* const engine = ss_create();
