@@ -11,10 +11,6 @@
 namespace system_search {
 namespace {
 
-// Large enough that the calls cost nothing beside the copying, small enough to stay in the
-// processor's cache between its filling and the system's taking it.
-constexpr std::size_t kBufferBytes = std::size_t{1} << 20;
-
 // What stands at `path`, links followed: kSuccess is a folder, kInvalidDirectory with `exists` set
 // anything else.
 platform::Error find_folder(const std::u16string& path, bool& exists) {
@@ -53,14 +49,14 @@ bool create_folders(std::u16string path) {
 class Output {
 public:
     explicit Output(const std::u16string& path)
-        : buffer_(std::make_unique_for_overwrite<char[]>(kBufferBytes + kTextPadding)) {
+        : buffer_(std::make_unique_for_overwrite<char[]>(kCachePieceBytes + kTextPadding)) {
         failed_ = file_.create(path.c_str()) != platform::kSuccess;
     }
 
     bool failed() const { return failed_; }
 
     void integer(std::uint32_t value) {
-        if (kBufferBytes - used_ < kCacheIntegerBytes) flush();
+        if (kCachePieceBytes - used_ < kCacheIntegerBytes) flush();
         encode_cache_integer(value, buffer_.get() + used_);
         used_ += kCacheIntegerBytes;
     }
@@ -73,7 +69,7 @@ public:
     // A path with its padding behind it (kTextPadding), and a kind.
     void record(StoredText path, std::uint32_t kind) {
         const std::size_t path_bytes = path.size();
-        if (kBufferBytes - used_ < cache_record_bytes(path_bytes)) {
+        if (kCachePieceBytes - used_ < cache_record_bytes(path_bytes)) {
             text(path.view());
             integer(kind);
             return;
@@ -105,8 +101,8 @@ private:
 
     // A scope text has no limit, so a text may be larger than the buffer.
     void bytes(std::string_view bytes) {
-        while (bytes.size() > kBufferBytes - used_) {
-            const std::size_t part = kBufferBytes - used_;
+        while (bytes.size() > kCachePieceBytes - used_) {
+            const std::size_t part = kCachePieceBytes - used_;
             std::memcpy(buffer_.get() + used_, bytes.data(), part);
             used_ += part;
             flush();

@@ -37,7 +37,7 @@ TEST_F(CacheCancelTest, a_load_reads_to_the_end_of_the_record_in_hand_and_no_fur
 }
 
 TEST_F(CacheCancelTest, a_save_writes_whole_shards_only) {
-    const std::vector<PathAndKind> entries = sample_entries(120'000);
+    const std::vector<PathAndKind> entries = sample_entries(480'000);
     Index index;
     fill(index, entries);
     simulated::add_folder(u"C:\\cache");
@@ -48,13 +48,13 @@ TEST_F(CacheCancelTest, a_save_writes_whole_shards_only) {
         CacheWriteResult::kCancelled);
 
     const std::size_t written = simulated::read_file(u"C:\\cache\\temporary").size();
-    std::size_t shard_end = CacheBytes().header("C:/", 120'000).str().size();
+    std::size_t shard_end = CacheBytes().header("C:/", 480'000).str().size();
     for (std::size_t i = 0; i < entries.size() && shard_end < written; ++i) {
         shard_end += 4 + entries[i].path.size() + 4;
         while ((i + 1) % kShardEntries != 0) shard_end += 4 + entries[++i].path.size() + 4;
     }
     EXPECT_EQ(written, shard_end);
-    EXPECT_GT(written, std::size_t{2} << 20) << "the request came in the middle of it";
+    EXPECT_GT(written, 2 * kCachePieceBytes) << "the request came in the middle of it";
 }
 
 }  // namespace

@@ -31,9 +31,10 @@ protected:
     // A finished index that takes several writes.
     void fill_large() {
         entries = sample_entries(120'000);
+        for (auto& entry : entries) entry.path += std::string(100, 'x');
         fill(index, entries);
         expected = cache_bytes("C:/", entries);
-        ASSERT_GT(expected.size(), std::size_t{3} << 20);
+        ASSERT_GT(expected.size(), 3 * kCachePieceBytes);
     }
     void keep_old_cache() { simulated::write_file(cache_path, "the old cache"); }
     void expect_old_cache() { EXPECT_EQ(written(), "the old cache"); }
@@ -91,7 +92,8 @@ TEST_F(CacheWriter, writes_large_indexes_in_few_large_pieces) {
     simulated::count_platform_calls();
     ASSERT_EQ(write(), kReplaced);
     EXPECT_EQ(written(), expected);
-    EXPECT_LE(simulated::platform_calls(simulated::kWriteFile), (expected.size() >> 20) + 2);
+    EXPECT_LE(simulated::platform_calls(simulated::kWriteFile),
+              expected.size() / kCachePieceBytes + 2);
 }
 
 TEST_F(CacheWriter, writes_paths_of_every_length_across_every_piece) {
@@ -110,7 +112,8 @@ TEST_F(CacheWriter, a_piece_may_end_at_any_byte_of_a_record) {
     fill(index, {{"C:/abc", 1}, {"C:/defg", 2}});
     entries = entries_of(index);
     const std::size_t records = 14 + 15;
-    for (std::size_t scope = (1u << 20) - 40 - records; scope <= (1u << 20) - 24; ++scope) {
+    for (std::size_t scope = kCachePieceBytes - 40 - records; scope <= kCachePieceBytes - 24;
+         ++scope) {
         const std::string text(scope, 's');
         ASSERT_EQ(write(text), kReplaced);
         ASSERT_EQ(written(), cache_bytes(text, entries)) << scope;
@@ -118,7 +121,8 @@ TEST_F(CacheWriter, a_piece_may_end_at_any_byte_of_a_record) {
 }
 
 TEST_F(CacheWriter, a_scope_of_any_length_is_written_though_no_reader_takes_it) {
-    for (const std::size_t bytes : {32'768u, 32'769u, 3'000'000u}) {
+    for (const std::size_t bytes :
+         {std::size_t{32'768}, std::size_t{32'769}, 3 * kCachePieceBytes}) {
         const std::string scope(bytes, 's');
         ASSERT_EQ(write(scope), kReplaced);
         EXPECT_EQ(written(), cache_bytes(scope, {}));
@@ -376,7 +380,7 @@ TEST_F(CacheWriter, a_cancel_request_stops_the_writing_at_the_next_shard) {
     expect_old_cache();
     const std::string partial = simulated::read_file(temporary_path);
     EXPECT_EQ(partial, expected.substr(0, partial.size()));
-    EXPECT_LT(partial.size(), (std::size_t{2} << 20) + 1024 * 200);
+    EXPECT_LT(partial.size(), 2 * kCachePieceBytes + 1024 * 200);
 }
 
 TEST_F(CacheWriter, a_cancel_request_is_looked_at_before_each_shard_and_not_within) {
