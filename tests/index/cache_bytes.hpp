@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,6 +43,10 @@ struct PathAndKind {
     std::uint32_t kind = 1;
     bool operator==(const PathAndKind&) const = default;
 };
+
+inline void PrintTo(const PathAndKind& entry, std::ostream* out) {
+    *out << '"' << entry.path << "\" " << entry.kind;
+}
 
 inline std::string cache_bytes(std::string_view scope, const std::vector<PathAndKind>& entries,
                                std::uint32_t skipped = 0, std::uint32_t limited = 0) {

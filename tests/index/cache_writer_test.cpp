@@ -1,11 +1,11 @@
 #include "index/cache_writer.hpp"
 
 #include <atomic>
-#include <new>
 #include <optional>
 
 #include "index/cache_bytes.hpp"
 #include "index/cache_reader.hpp"
+#include "simulated/each_fault.hpp"
 #include "simulated/volume_test_fixture.hpp"
 
 namespace system_search {
@@ -277,14 +277,11 @@ TEST_F(CacheWriter, each_write_that_fails_is_noticed) {
     for (const bool partial : {false, true}) {
         simulated::set_partial_writes(partial);
         for (const platform::Error error : kErrors) {
-            std::uint64_t nth = 1;
-            for (;; ++nth) {
-                simulated::forget_call_plans();
-                simulated::fail_platform_call(nth, error, simulated::kWriteFile);
+            const auto write_once = [&](std::uint64_t nth) {
                 const CacheWriteResult result = write();
                 if (simulated::failed_platform_calls() == 0) {
                     EXPECT_EQ(result, kReplaced);
-                    break;
+                    return;
                 }
                 EXPECT_EQ(result, kWriteFailed) << nth;
                 // Nothing is written after a failure, and nothing is replaced.
@@ -292,9 +289,9 @@ TEST_F(CacheWriter, each_write_that_fails_is_noticed) {
                 EXPECT_EQ(simulated::platform_calls(simulated::kReplaceFile), 0u);
                 EXPECT_EQ(simulated::open_handles().files, 0u);
                 expect_old_cache();
-            }
-            EXPECT_GT(nth, 3u);
-            simulated::forget_call_plans();
+            };
+            EXPECT_GT(simulated::fail_each_platform_call(error, simulated::kWriteFile, write_once),
+                      3u);
             EXPECT_EQ(written(), expected);
             keep_old_cache();
         }
@@ -434,14 +431,9 @@ TEST_F(CacheWriter, memory_that_runs_out_leaves_the_old_cache) {
         simulated::remove_tree(u"C:\\cache");
         keep_old_cache();
         const std::u16string path = u"C:\\cache\\a\\b\\index";
-        std::optional<CacheWriteResult> result;
-        {
-            const AllocationFault fault(nth);
-            try {
-                result = write_index_cache(path, temporary_path, {index, "C:/", 0, 0}, cancel);
-            } catch (const std::bad_alloc&) {
-            }
-        }
+        const auto result = simulated::with_failing_allocation(nth, [&] {
+            return write_index_cache(path, temporary_path, {index, "C:/", 0, 0}, cancel);
+        });
         if (!AllocationFault::hit()) {
             EXPECT_EQ(result, kReplaced);
             EXPECT_GT(nth, 3u);

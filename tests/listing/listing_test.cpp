@@ -377,37 +377,10 @@ TEST_F(ListingTest, thread_that_cannot_be_started_gives_null) {
 TEST_F(ListingTest, every_failing_allocation_gives_null_or_a_failed_query) {
     add_file(u"C:\\top\\a");
     add_folder(u"C:\\top\\b");
-    std::uint64_t refused = 0;
-    std::uint64_t failed = 0;
-    for (std::uint64_t n = 1;; ++n) {
-        SystemSearchQuery* handle = nullptr;
-        QueryStatus status{9, 9, 9, 9, 9};
-        bool hit = false;
-        {
-            AllocationFault fault(n);
-            handle = start("C:/top");
-            if (handle != nullptr) {
-                while (ss_query_poll(handle, &status), status.state == SS_QUERY_RUNNING) {
-                    std::this_thread::yield();
-                }
-            }
-            hit = AllocationFault::hit();
-        }
-        if (!hit) {
-            ASSERT_NE(handle, nullptr);
-            EXPECT_EQ(status, (QueryStatus{SS_QUERY_DONE, 2, 2, 2, 0}));
-            ss_query_destroy(handle);
-            break;
-        }
-        refused += handle == nullptr;
-        if (handle != nullptr) {
-            EXPECT_EQ(status, kNotDone(SS_QUERY_FAILED)) << "allocation " << n;
-            ++failed;
-        }
-        ss_query_destroy(handle);
-    }
-    EXPECT_GE(refused, 2u);
-    EXPECT_GE(failed, 4u);
+    const AllocationFailures failures = fail_each_allocation([] { return start("C:/top"); });
+    EXPECT_EQ(failures.whole, (QueryStatus{SS_QUERY_DONE, 2, 2, 2, 0}));
+    EXPECT_GE(failures.refused, 2u);
+    EXPECT_GE(failures.failed, 4u);
 }
 
 // ---- Destruction --------------------------------------------------------------------------------

@@ -260,37 +260,10 @@ TEST_F(QueryApiTest, thread_that_cannot_be_started_gives_null) {
 
 TEST_F(QueryApiTest, every_failing_allocation_gives_null_or_a_failed_query) {
     build_small_tree();
-    std::uint64_t refused = 0;
-    std::uint64_t failed = 0;
-    for (std::uint64_t n = 1;; ++n) {
-        SystemSearchQuery* handle = nullptr;
-        QueryStatus status{9, 9, 9, 9, 9};
-        bool hit = false;
-        {
-            AllocationFault fault(n);
-            handle = start("report");
-            if (handle != nullptr) {
-                while (ss_query_poll(handle, &status), status.state == SS_QUERY_RUNNING) {
-                    std::this_thread::yield();
-                }
-            }
-            hit = AllocationFault::hit();
-        }
-        if (!hit) {
-            ASSERT_NE(handle, nullptr);
-            EXPECT_EQ(status.count, 3u);
-            ss_query_destroy(handle);
-            break;
-        }
-        refused += handle == nullptr;
-        if (handle != nullptr) {
-            EXPECT_EQ(status, kNotDone(SS_QUERY_FAILED)) << "allocation " << n;
-            ++failed;
-        }
-        ss_query_destroy(handle);
-    }
-    EXPECT_GE(refused, 3u) << "query, snapshot, job";
-    EXPECT_GE(failed, 3u) << "pattern, results, metadata";
+    const AllocationFailures failures = fail_each_allocation([&] { return start("report"); });
+    EXPECT_EQ(failures.whole.count, 3u);
+    EXPECT_GE(failures.refused, 3u) << "query, snapshot, job";
+    EXPECT_GE(failures.failed, 3u) << "pattern, results, metadata";
 }
 
 // ---- Destruction --------------------------------------------------------------------------------
