@@ -14,8 +14,8 @@
 
 namespace system_search {
 
-// The file is written in pieces of this size. Measured on ext4, a save of a million entries took 5 %
-// longer in pieces of 1 MiB and 15 % longer in pieces of 256 KiB, though those stay nearer to the
+// The file is written in pieces of this size. Measured on ext4, a save of a million entries took 5
+// % longer in pieces of 1 MiB and 15 % longer in pieces of 256 KiB, though those stay nearer to the
 // processor between their filling and the system's taking them.
 inline constexpr std::size_t kCachePieceBytes = std::size_t{4} << 20;
 
