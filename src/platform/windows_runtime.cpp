@@ -8,7 +8,8 @@
 // out may be replaced. Here it lies on the stack of whoever enters the library: see ExceptionScope.
 //
 // The same runtime locks a mutex around its reserve for exceptions thrown when memory is short. Its
-// own mutexes allocate at their first use; the four functions below stand in for them.
+// own mutexes allocate at their first use; the four functions below stand in for them. Its start
+// code would bring static thread-local storage along, unless its callback for that is defined here.
 #include "platform/windows_runtime.hpp"
 
 #include <pthread.h>
@@ -80,6 +81,12 @@ void release_runtime() noexcept {
 }  // namespace system_search::platform
 
 extern "C" {
+
+// The runtime's start code asks for this one, and with it would come static thread-local storage,
+// which nothing here uses: the loader then keeps memory for the library in every thread of the
+// host, tells it of each thread, and does not let it switch that off.
+extern const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback;
+const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback = nullptr;
 
 void* __cxa_get_globals_fast() noexcept {
     using namespace system_search::platform;
