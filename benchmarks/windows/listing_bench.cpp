@@ -174,8 +174,11 @@ void run(const Folder& folder) {
         print_ratio("before metadata / bare + queries",
                     combine(before_metadata, combine(bare, queries, std::plus<>()), ratio));
     }
-    std::printf("aim: before metadata at most %.1f times the bare loop, %s\n", kAim,
-                median(measured.wall) <= kAim ? "met" : "MISSED");
+    // On a busy machine either clock may flatter: the wall's with its noise, the processor's by
+    // leaving out waits.
+    const double worse = std::max(median(measured.wall), median(measured.process));
+    std::printf("aim: before metadata at most %.1f times the bare loop by both clocks, %s\n", kAim,
+                worse <= kAim ? "met" : "MISSED");
 }
 
 }  // namespace
