@@ -14,7 +14,7 @@
 //     metadata attribute queries GetFileAttributesW of each folder in it, which the bare loop
 //     leaves out
 //
-//     listing_bench FOLDER...
+//     listing_bench FOLDER...     without links, which a listing leaves out
 #include <cstdint>
 #include <functional>
 
