@@ -2,7 +2,7 @@
 // run: the plain scan (two strings an entry, one after the other) and `plocate -c` on the same
 // names, process start included. Answers are checked before anything is timed.
 //
-//     search_bench [--entries 1000000] [--limit 1]
+//     search_bench [--entries 1000000] [--limit 100] [--text '*.html']    only the rows of a text
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -113,7 +113,7 @@ private:
     bool usable_ = false;
 };
 
-int run(std::size_t count, std::uint32_t limit) {
+int run(std::size_t count, std::uint32_t limit, const char* only_text) {
     print_method();
     const Corpus corpus = load_corpus(count);
     std::uint64_t estimate = 0;
@@ -149,6 +149,7 @@ int run(std::size_t count, std::uint32_t limit) {
     bool correct = true;
     int missed = 0;
     for (const Row& row : kRows) {
+        if (only_text != nullptr && std::strcmp(row.text, only_text) != 0) continue;
         const Result result = search(shards, row, limit);
         const plain::Answer answer =
             plain::search(plain_entries, row.text, row.flags, row.kind, limit);
@@ -190,12 +191,14 @@ int run(std::size_t count, std::uint32_t limit) {
 int main(int argc, char** argv) {
     std::size_t entries = 1'000'000;
     std::uint32_t limit = 100;
+    const char* only_text = nullptr;
     for (int i = 1; i + 1 < argc; i += 2) {
         if (std::strcmp(argv[i], "--entries") == 0)
             entries = std::strtoull(argv[i + 1], nullptr, 10);
+        if (std::strcmp(argv[i], "--text") == 0) only_text = argv[i + 1];
         if (std::strcmp(argv[i], "--limit") == 0) {
             limit = static_cast<std::uint32_t>(std::strtoul(argv[i + 1], nullptr, 10));
         }
     }
-    return system_search::bench::run(entries, limit);
+    return system_search::bench::run(entries, limit, only_text);
 }

@@ -82,12 +82,27 @@ void fill_columns(const Segment& segment, std::uint64_t* columns) {
     }
 }
 
+const FolderPairs* fill_folder_pairs(const Segment& segment, FolderPairs* at) {
+    FolderPairs& pairs = *::new (at) FolderPairs{};
+    for (std::uint32_t i = 0; i < segment.run_count; ++i) {
+        const FolderRun& run = segment.runs[i];
+        pairs.add(segment.folded_folder(run), run.shared_bytes);
+    }
+    return &pairs;
+}
+
 std::uint32_t count_folders(const Segment& segment) {
     std::uint32_t folders = 0;
     for (std::uint32_t word = 0; word < segment.words; ++word) {
         folders += static_cast<std::uint32_t>(std::popcount(segment.column(kFolderBit)[word]));
     }
     return folders;
+}
+
+bool has_non_ascii_name(const Segment& segment) {
+    const std::uint64_t* const end = segment.column(kNonAsciiBits + kNonAsciiClasses);
+    return std::any_of(segment.column(kNonAsciiBits), end,
+                       [](std::uint64_t word) { return word != 0; });
 }
 
 const Entry* least_entry(const Segment& segment) {
@@ -104,23 +119,30 @@ Shard::Shard(const Batch& batch) {
     const ShardPlan plan(batch);
     const std::size_t count = batch.size();
     block_bytes_ = count * sizeof(Entry) + plan.segments.size() * sizeof(Segment) +
-                   plan.column_words * sizeof(std::uint64_t) + (count + 1) * sizeof(std::uint32_t) +
+                   plan.segments.size() * sizeof(FolderPairs) +
+                   plan.column_words * sizeof(std::uint64_t) +
+                   plan.endings.size() * sizeof(Ending) + (count + 1) * sizeof(std::uint32_t) +
                    plan.runs.size() * sizeof(FolderRun) + plan.names_bytes + plan.folders_bytes +
-                   plan.paths_bytes + kTextPadding;
+                   plan.paths_bytes + count + kTextPadding;
     block_ = std::make_unique_for_overwrite<std::byte[]>(block_bytes_);
 
     Cursor cursor(block_.get());
     auto* const entries = cursor.take<Entry>(count);
     auto* const segments = cursor.take<Segment>(plan.segments.size());
+    auto* const folder_pairs = cursor.take<FolderPairs>(plan.segments.size());
     auto* columns = cursor.take<std::uint64_t>(plan.column_words);
+    auto* const endings = cursor.take<Ending>(plan.endings.size());
     auto* const name_starts = cursor.take<std::uint32_t>(count + 1);
     auto* const runs = cursor.take<FolderRun>(plan.runs.size());
     char* const names = cursor.take<char>(plan.names_bytes);
     char* folder = cursor.take<char>(plan.folders_bytes);
     char* path_out = cursor.take<char>(plan.paths_bytes);
+    auto* const ending_numbers = cursor.take<std::uint8_t>(count);
     std::memset(cursor.take<char>(kTextPadding), 0, kTextPadding);
 
     std::copy(plan.runs.begin(), plan.runs.end(), runs);
+    std::copy(plan.endings.begin(), plan.endings.end(), endings);
+    std::copy(plan.ending_numbers.begin(), plan.ending_numbers.end(), ending_numbers);
     std::vector<const char*> folded_folders(plan.folders.size());
     for (std::size_t i = 0; i < folded_folders.size(); ++i) {
         folder = store_length(plan.folders[i].text, folder);
@@ -158,7 +180,12 @@ Shard::Shard(const Batch& batch) {
                                 planned.folders_bytes};
         fill_columns(segment, columns);
         columns += planned.words * kSignatureBits;
+        segment.folder_pairs = fill_folder_pairs(segment, folder_pairs + i);
+        segment.endings = endings + planned.first_ending;
+        segment.ending_numbers = ending_numbers + planned.first_entry;
+        segment.ending_count = static_cast<std::uint32_t>(planned.ending_count);
         segment.folders = count_folders(segment);
+        segment.has_non_ascii = has_non_ascii_name(segment);
         segment.least = least_entry(segment);
     }
     entries_ = {entries, count};

@@ -9,12 +9,15 @@
 //
 //   entries      Entry[n]
 //   segments     Segment[(n + 1023) / 1024]
+//   folder pairs per segment: which pairs of bytes its folders hold
 //   columns      per segment: its names' signatures, one bitmap per signature bit
+//   endings      per segment: the different endings of its names
 //   name starts  uint32[n + 1], positions in `names`
 //   runs         per segment: FolderRun[runs + 1], neighbours that share a folder
 //   names        the folded names, each closed by a NUL, in entry order
 //   folders      per segment: length, folded folder, NUL; each shared by all its entries
 //   paths        per entry: length, path, NUL
+//   ending numbers  uint8[n], per entry
 //   padding      so that vectors may be loaded from any byte of any text
 //
 // A reader needs no lock: it holds a reference to the shard and only reads.
@@ -28,7 +31,9 @@
 #include <string_view>
 #include <vector>
 
+#include "index/ending.hpp"
 #include "index/entry.hpp"
+#include "index/folder_pairs.hpp"
 
 namespace system_search {
 
@@ -54,14 +59,20 @@ struct Segment {
     std::uint32_t words;  // the 64-bit words of a bitmap with one bit per entry
 
     const std::uint64_t* columns;  // kSignatureBits bitmaps of `words` words each
-    const FolderRun* runs;         // `run_count` of them, and one more whose `first` is `size`
+    const FolderPairs* folder_pairs;
+    const FolderRun* runs;  // `run_count` of them, and one more whose `first` is `size`
     std::uint32_t run_count;
     std::uint32_t folders;  // how many entries are folders
+    bool has_non_ascii;     // a name holds other bytes than ASCII
 
     const std::uint32_t* name_starts;  // into `names`; one more closes the last
     const char* names;                 // the whole shard's
     std::string_view folder_texts;     // every folder of the runs once, and the lengths
     const Entry* least;                // the first in result order
+
+    const Ending* endings;               // `ending_count` of them
+    const std::uint8_t* ending_numbers;  // per entry: 1 is the first of `endings`, 0 is none
+    std::uint32_t ending_count;
 
     const std::uint64_t* column(unsigned signature_bit) const {
         return columns + std::size_t{signature_bit} * words;

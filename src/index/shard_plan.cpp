@@ -60,7 +60,7 @@ private:
 
 }  // namespace
 
-ShardPlan::ShardPlan(const Batch& batch) : entries(batch.size()) {
+ShardPlan::ShardPlan(const Batch& batch) : entries(batch.size()), ending_numbers(batch.size()) {
     for (std::size_t first = 0; first < batch.size(); first += kSegmentEntries) {
         add_segment(batch, first, std::min(kSegmentEntries, batch.size() - first));
     }
@@ -72,8 +72,10 @@ void ShardPlan::add_segment(const Batch& batch, std::size_t first, std::size_t s
     segment.size = size;
     segment.first_folder = folders.size();
     segment.first_run = runs.size();
+    segment.first_ending = endings.size();
 
     OpenFolders open(folders);
+    EndingNumbers ending_number(endings);
     std::string_view run_folder;
     for (std::size_t i = first; i < first + size; ++i) {
         const std::string_view path = batch.path(batch.records()[i]);
@@ -81,6 +83,7 @@ void ShardPlan::add_segment(const Batch& batch, std::size_t first, std::size_t s
         entry.name_offset = name_offset(path);
         names_bytes += path.size() - entry.name_offset + 1;
         paths_bytes += stored_text_bytes(path.size());
+        ending_numbers[i] = ending_number.number_of(ending_of(path.substr(entry.name_offset)));
 
         const std::string_view folder = path.substr(0, entry.name_offset);
         if (i != first && equal_bytes(folder, run_folder)) {
@@ -97,6 +100,7 @@ void ShardPlan::add_segment(const Batch& batch, std::size_t first, std::size_t s
 
     segment.folders_bytes = open.bytes();
     folders_bytes += segment.folders_bytes;
+    segment.ending_count = endings.size() - segment.first_ending;
     segment.words = (size + 63) / 64;
     column_words += segment.words * kSignatureBits;
     segments.push_back(segment);

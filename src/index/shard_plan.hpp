@@ -27,6 +27,8 @@ struct ShardPlan {
         std::size_t first_run;
         std::size_t run_count;
         std::size_t words;
+        std::size_t first_ending;
+        std::size_t ending_count;
     };
 
     explicit ShardPlan(const Batch& batch);
@@ -34,6 +36,8 @@ struct ShardPlan {
     std::vector<EntryPlan> entries;
     std::vector<Folder> folders;
     std::vector<FolderRun> runs;  // those that close a segment included
+    std::vector<Ending> endings;
+    std::vector<std::uint8_t> ending_numbers;
     std::vector<SegmentPlan> segments;
     std::size_t column_words = 0;
     std::size_t names_bytes = 0;

@@ -1,6 +1,21 @@
 #include "index/signature.hpp"
 
+#include <algorithm>
+
+#include <emmintrin.h>
+
 namespace system_search {
+namespace {
+
+// One bit for each of the first 8 bytes that is a ".".
+std::uint64_t dots(std::string_view name) {
+    const __m128i first = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(name.data()));
+    const int places = _mm_movemask_epi8(_mm_cmpeq_epi8(first, _mm_set1_epi8('.')));
+    const unsigned inside = (1u << std::min<std::size_t>(name.size(), kDotPlaces)) - 1;
+    return static_cast<unsigned>(places) & inside;
+}
+
+}  // namespace
 
 Signature name_signature(std::string_view folded_name) noexcept {
     // Kept in registers: a bit set through an index would wait for the one before it.
@@ -21,7 +36,7 @@ Signature name_signature(std::string_view folded_name) noexcept {
         add_pair(byte);
     }
     add_pair('\0');
-    return {{bytes, low_pairs, high_pairs}};
+    return {{bytes, low_pairs, high_pairs | dots(folded_name) << (kDotBits - 128)}};
 }
 
 void transpose(std::uint64_t (&rows)[64]) noexcept {

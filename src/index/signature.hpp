@@ -1,4 +1,5 @@
-// What a name holds, in 160 bits: which bytes and which pairs of neighbouring bytes.
+// What a name holds, in 168 bits: which bytes, which pairs of neighbouring bytes, and where it
+// begins with a "." within its first bytes.
 //
 // A segment of a shard keeps the signatures of its names as columns: one bitmap per signature bit,
 // with one bit per entry. All names that may hold "report" are then the intersection of a few
@@ -14,13 +15,17 @@
 
 namespace system_search {
 
-inline constexpr unsigned kSignatureBits = 160;
+inline constexpr unsigned kSignatureBits = 168;
 
-inline constexpr unsigned kFolderBit = 0;     // the entry is a folder
-inline constexpr unsigned kUpperNameBit = 1;  // the stored name is not its own folded copy
+inline constexpr unsigned kFolderBit = 0;      // the entry is a folder
+inline constexpr unsigned kUpperNameBit = 1;   // the stored name is not its own folded copy
+inline constexpr unsigned kNonAsciiBits = 56;  // 8 bits; a byte of 0x80 or above sets one of them
+inline constexpr unsigned kNonAsciiClasses = 8;
+inline constexpr unsigned kDotBits = 160;  // 8 bits: the name's byte at 0 to 7 is a "."
+inline constexpr unsigned kDotPlaces = 8;
 
 struct Signature {
-    // 64 bits for the two above and the bytes of the name, the rest for its pairs.
+    // 64 bits for the two above and the bytes of the name, 96 for its pairs, 8 for its dots.
     std::uint64_t words[(kSignatureBits + 63) / 64];
 };
 
@@ -39,7 +44,8 @@ static_assert(kPairsWithOwnBit.size() == 64);
 constexpr std::array<std::uint8_t, 256> byte_bits() {
     std::array<std::uint8_t, 256> bits{};
     for (unsigned byte = 1; byte < 256; ++byte) {
-        bits[byte] = static_cast<std::uint8_t>(byte < 0x80 ? 51 + byte % 5 : 56 + byte % 8);
+        bits[byte] = static_cast<std::uint8_t>(
+            byte < 0x80 ? 51 + byte % 5 : kNonAsciiBits + byte % kNonAsciiClasses);
     }
     for (std::size_t i = 0; i < kBytesWithOwnBit.size(); ++i) {
         bits[static_cast<unsigned char>(kBytesWithOwnBit[i])] = static_cast<std::uint8_t>(2 + i);
@@ -58,7 +64,7 @@ using PairBits = std::array<std::array<std::uint8_t, 64>, 64>;
 
 constexpr PairBits pair_bits() {
     constexpr std::size_t kOwn = kPairsWithOwnBit.size() / 2;
-    constexpr std::size_t kShared = kSignatureBits - 64 - kOwn;
+    constexpr std::size_t kShared = kDotBits - 64 - kOwn;
     PairBits bits{};
     for (std::uint32_t first = 0; first < 64; ++first) {
         for (std::uint32_t second = 0; second < 64; ++second) {
@@ -97,6 +103,7 @@ constexpr bool has_own_bit(char first, char second) {
     return pair_bit(first, second) < 64 + detail::kPairsWithOwnBit.size() / 2;
 }
 
+// 7 bytes behind the name must be readable.
 Signature name_signature(std::string_view folded_name) noexcept;
 
 // Turns 64 rows of bits into columns: bit j of row i becomes bit i of row j.

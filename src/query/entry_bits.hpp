@@ -1,10 +1,13 @@
 // One bit per entry of a segment.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 
+#include "common/bytes.hpp"
 #include "index/shard.hpp"
+#include "index/signature.hpp"
 
 namespace system_search {
 
@@ -12,6 +15,24 @@ using EntryBits = std::uint64_t[kSegmentEntries / 64];
 
 inline bool test_bit(const std::uint64_t* bits, std::uint32_t entry) {
     return (bits[entry / 64] >> entry % 64 & 1) != 0;
+}
+
+inline std::uint32_t count_bits(const Segment& segment, const EntryBits& bits) {
+    std::uint32_t count = 0;
+    for (std::uint32_t word = 0; word < segment.words; ++word) {
+        if (bits[word] != 0) count += static_cast<std::uint32_t>(std::popcount(bits[word]));
+    }
+    return count;
+}
+
+// The entries whose names hold other bytes than ASCII.
+inline void non_ascii_names(const Segment& segment, EntryBits& bits) {
+    std::fill_n(bits, segment.words, 0);
+    if (!segment.has_non_ascii) return;
+    for (unsigned i = 0; i < kNonAsciiClasses; ++i) {
+        const std::uint64_t* const column = segment.column(kNonAsciiBits + i);
+        for (std::uint32_t word = 0; word < segment.words; ++word) bits[word] |= column[word];
+    }
 }
 
 // Calls visit(word, mask) for the words that hold the bits from `first` to `end`.
@@ -34,6 +55,27 @@ void keep_if(EntryBits& bits, std::uint32_t first, std::uint32_t end, Keep keep)
             if (!keep(word * 64 + bit)) bits[word] &= ~(std::uint64_t{1} << bit);
         }
     });
+}
+
+// Clears the bits of a segment for whose entries `keep`, which looks at the name, is false. The
+// names are asked for ahead: those left by a filter lie too far apart for the processor to guess.
+template <typename Keep>
+void keep_names_if(const Segment& segment, EntryBits& bits, Keep keep) {
+    std::uint16_t entries[kSegmentEntries];
+    std::uint32_t count = 0;
+    for (std::uint32_t word = 0; word < segment.words; ++word) {
+        for (std::uint64_t rest = bits[word]; rest != 0; rest &= rest - 1) {
+            entries[count++] = static_cast<std::uint16_t>(
+                word * 64 + static_cast<unsigned>(std::countr_zero(rest)));
+        }
+    }
+    constexpr std::uint32_t kAhead = 12;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const std::uint32_t ahead = entries[i + kAhead < count ? i + kAhead : count - 1];
+        prefetch_bytes(segment.names + segment.name_starts[ahead], 1);
+        const std::uint32_t entry = entries[i];
+        bits[entry / 64] &= ~(std::uint64_t{!keep(entry)} << entry % 64);
+    }
 }
 
 }  // namespace system_search

@@ -1,13 +1,14 @@
 #include "query/name_matcher.hpp"
 
 #include <algorithm>
+#include <bit>
 
 #include "common/text.hpp"
 #include "index/signature.hpp"
 
 namespace system_search {
 
-PartSearch::PartSearch(const Pattern& pattern) {
+PartSearch::PartSearch(const Pattern& pattern) : masks_(pattern.parts) {
     searches_.reserve(pattern.parts.size());
     for (const std::string_view part : pattern.parts) searches_.emplace_back(part);
 }
@@ -23,12 +24,34 @@ NameMatcher::NameMatcher(const Pattern& pattern, const std::atomic<bool>& cancel
                         /*ends=*/end == text.size() && !anywhere);
         start = end + 1;
     }
-    if (pattern.match_case && has_upper_ascii(text)) filter_.require_bit(kUpperNameBit);
-    is_one_part_ = !pattern.needs_rule && pattern.prefix.empty() && pattern.suffix.empty() &&
-                   pattern.parts.size() == 1;
-    const std::string_view part = is_one_part_ ? pattern.parts[0] : std::string_view();
+    const bool has_upper = pattern.match_case && has_upper_ascii(text);
+    if (has_upper) filter_.require_bit(kUpperNameBit);
+    if (pattern.needs_rule) require_dots();
+
+    shape_ = shape_of(pattern);
+    const std::string_view part = shape_ == Shape::kPart ? pattern.parts[0] : std::string_view();
     filter_decides_ = !pattern.match_case && ((part.size() == 1 && has_own_bit(part[0])) ||
                                               (part.size() == 2 && has_own_bit(part[0], part[1])));
+    endings_tell_ = !has_upper && (shape_ == Shape::kPart || shape_ == Shape::kSuffix);
+}
+
+NameMatcher::Shape NameMatcher::shape_of(const Pattern& pattern) {
+    if (pattern.needs_rule) return Shape::kRule;
+    if (!pattern.prefix.empty()) return Shape::kParts;
+    if (pattern.parts.empty()) return Shape::kSuffix;
+    if (!pattern.suffix.empty()) return Shape::kParts;
+    return pattern.parts.size() == 1 ? Shape::kPart : Shape::kInnerParts;
+}
+
+// What stands before the first "*" has its place, so that its dots have theirs.
+void NameMatcher::require_dots() {
+    const std::string_view text = pattern_.text;
+    const std::string_view head = text.substr(0, text.find('*'));
+    for (unsigned place = 0; place < std::min<std::size_t>(head.size(), kDotPlaces); ++place) {
+        if (head[place] == '.') filter_.require_dot(place);
+    }
+    dots_decide_ = head.size() + 1 == text.size() && head.size() <= kDotPlaces &&
+                   head.ends_with('.') && head.find_first_not_of("?.") == std::string_view::npos;
 }
 
 void NameMatcher::match(const Segment& segment, EntryBits& bits) const {
@@ -37,20 +60,82 @@ void NameMatcher::match(const Segment& segment, EntryBits& bits) const {
         return;
     }
     if (!filter_.apply(segment, bits) || filter_decides_) return;
-    if (pattern_.needs_rule) {
-        keep_if(bits, 0, segment.size, [&](std::uint32_t entry) {
-            return wildcard_.matches(subject_name(pattern_, segment, entry));
-        });
-    } else if (is_one_part_) {
-        const ByteSearch& part = parts_[0];
-        keep_if(bits, 0, segment.size, [&](std::uint32_t entry) {
-            return part.in(subject_name(pattern_, segment, entry));
-        });
-    } else {
-        keep_if(bits, 0, segment.size, [&](std::uint32_t entry) {
-            return parts_.matches(subject_name(pattern_, segment, entry), pattern_.prefix, 0,
-                                  pattern_.suffix);
-        });
+
+    EntryBits known;
+    if (!known_matches(segment, bits, known)) {
+        keep_matches(segment, bits);
+        return;
+    }
+    for (std::uint32_t word = 0; word < segment.words; ++word) bits[word] &= ~known[word];
+    keep_matches(segment, bits);
+    for (std::uint32_t word = 0; word < segment.words; ++word) bits[word] |= known[word];
+}
+
+// Sets `known` to those of the entries of `bits` that match, as far as that is known without a look
+// at their names. False when it is not worth to ask.
+bool NameMatcher::known_matches(const Segment& segment, const EntryBits& bits,
+                                EntryBits& known) const {
+    if (dots_decide_) {
+        non_ascii_names(segment, known);
+        for (std::uint32_t word = 0; word < segment.words; ++word) {
+            known[word] = bits[word] & ~known[word];
+        }
+        return true;
+    }
+    constexpr std::uint32_t kFewEntries = 32;
+    if (!endings_tell_ || count_bits(segment, bits) <= kFewEntries) return false;
+    names_with_endings(segment, known);
+    const std::uint64_t* const upper = segment.column(kUpperNameBit);
+    for (std::uint32_t word = 0; word < segment.words; ++word) {
+        known[word] &= bits[word];
+        if (pattern_.match_case) known[word] &= ~upper[word];  // endings are folded
+    }
+    return true;
+}
+
+// The entries whose endings match by themselves.
+void NameMatcher::names_with_endings(const Segment& segment, EntryBits& names) const {
+    std::fill_n(names, segment.words, 0);
+    for (std::uint32_t i = 0; i < segment.ending_count; ++i) {
+        const std::string_view ending = ending_text(segment.endings[i]);
+        const bool matches =
+            shape_ == Shape::kPart ? parts_[0].in(ending) : ending.ends_with(pattern_.suffix);
+        if (!matches) continue;
+        const __m128i number = _mm_set1_epi8(static_cast<char>(i + 1));
+        for (std::uint32_t word = 0; word < segment.words; ++word) {
+            std::uint64_t equal = 0;
+            for (unsigned part = 0; part < 4; ++part) {
+                const std::uint8_t* const numbers = segment.ending_numbers + word * 64 + part * 16;
+                const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(numbers));
+                const auto mask =
+                    static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(here, number)));
+                equal |= std::uint64_t{mask} << 16 * part;
+            }
+            names[word] |= equal;
+        }
+    }
+}
+
+void NameMatcher::keep_matches(const Segment& segment, EntryBits& bits) const {
+    const auto name = [&](std::uint32_t entry) { return subject_name(pattern_, segment, entry); };
+    switch (shape_) {
+        case Shape::kRule:
+            keep_names_if(segment, bits,
+                          [&](std::uint32_t i) { return wildcard_.matches(name(i)); });
+            break;
+        case Shape::kPart:
+            keep_names_if(segment, bits, [&](std::uint32_t i) { return parts_[0].in(name(i)); });
+            break;
+        case Shape::kInnerParts:
+            keep_names_if(segment, bits,
+                          [&](std::uint32_t i) { return parts_.in_order(name(i), 0); });
+            break;
+        case Shape::kSuffix:
+        case Shape::kParts:
+            keep_names_if(segment, bits, [&](std::uint32_t i) {
+                return parts_.matches(name(i), pattern_.prefix, 0, pattern_.suffix);
+            });
+            break;
     }
 }
 

@@ -10,6 +10,7 @@
 #include "index/signature.hpp"
 #include "query/byte_search.hpp"
 #include "query/entry_bits.hpp"
+#include "query/part_masks.hpp"
 #include "query/pattern.hpp"
 #include "query/signature_filter.hpp"
 #include "query/wildcard.hpp"
@@ -32,6 +33,9 @@ public:
 
     // Whether the parts from number `part` on lie in the text, one behind the other.
     bool in_order(std::string_view text, std::size_t part) const {
+        if (masks_.usable() && text.size() <= PartMasks::kMaxText) {
+            return masks_.in_order(text, part);
+        }
         for (; part < searches_.size(); ++part) {
             const std::size_t place = searches_[part].find(text);
             if (place == std::string_view::npos) return false;
@@ -53,6 +57,7 @@ public:
 
 private:
     std::vector<ByteSearch> searches_;
+    PartMasks masks_;
 };
 
 class NameMatcher {
@@ -60,16 +65,34 @@ public:
     // The pattern outlives this.
     NameMatcher(const Pattern& pattern, const std::atomic<bool>& cancel);
 
+    void prefetch(const Segment& segment) const { filter_.prefetch(segment); }
+
     // Clears the bits of entries whose names do not match.
     void match(const Segment& segment, EntryBits& bits) const;
 
 private:
+    enum class Shape {
+        kRule,        // only the wildcard rule tells
+        kPart,        // one part that may lie anywhere
+        kSuffix,      // nothing but a suffix
+        kInnerParts,  // parts, and neither a prefix nor a suffix
+        kParts,
+    };
+    static Shape shape_of(const Pattern& pattern);
+
+    void require_dots();
+    bool known_matches(const Segment& segment, const EntryBits& bits, EntryBits& known) const;
+    void names_with_endings(const Segment& segment, EntryBits& names) const;
+    void keep_matches(const Segment& segment, EntryBits& bits) const;
+
     const Pattern& pattern_;
     PartSearch parts_;
     Wildcard wildcard_;
     SignatureFilter filter_;
-    bool is_one_part_;     // which may lie anywhere
-    bool filter_decides_;  // a name that passes the filter matches
+    Shape shape_;
+    bool filter_decides_;       // a name that passes the filter matches
+    bool dots_decide_ = false;  // the same for a name of nothing but ASCII
+    bool endings_tell_;         // a name whose ending matches does so itself
 };
 
 }  // namespace system_search

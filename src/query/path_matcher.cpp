@@ -103,10 +103,13 @@ void PathMatcher::match(const Segment& segment, EntryBits& bits) {
         return;
     }
     part_ends_.clear();
+    const bool skips_folders = pattern_.match_case && rests_[0].folder_end.empty();
     for (std::uint32_t i = 0; i < segment.run_count; ++i) {
         const FolderRun& run = segment.runs[i];
         const std::uint32_t end = segment.runs[i + 1].first;
-        Rest* const rest = match_folder(subject_folder(segment, run), run.shared_bytes);
+        Rest* const rest = skips_folders && lacks_the_first_part(segment, run)
+                               ? &rests_[0]
+                               : match_folder(subject_folder(segment, run), run.shared_bytes);
         if (rest == &nothing_) continue;
         if (rest != nullptr) {
             keep_names(segment, run.first, end, *rest, bits);
@@ -124,7 +127,31 @@ std::string_view PathMatcher::subject_folder(const Segment& segment, const Folde
 }
 
 bool PathMatcher::no_folder_holds_the_first_part(const Segment& segment) const {
-    return component_search_ && !component_search_->in(segment.folder_texts);
+    if (!component_search_) return false;
+    for (std::size_t i = 1; i < component_.size(); ++i) {
+        if (!segment.folder_pairs->has(component_[i - 1], component_[i])) return true;
+    }
+    return !component_search_->in(segment.folder_texts);
+}
+
+// Whether the folder is seen not to hold the first part by its folded text alone. Its stored text
+// lies with the paths, which is far away.
+bool PathMatcher::lacks_the_first_part(const Segment& segment, const FolderRun& run) {
+    if (!component_search_) return false;
+    while (!part_ends_.empty() && part_ends_.back() > run.shared_bytes) part_ends_.pop_back();
+    if (!part_ends_.empty()) return false;
+    const std::string_view folder = segment.folded_folder(run);
+    const std::size_t known =
+        run.shared_bytes - std::min<std::size_t>(run.shared_bytes, component_.size() - 1);
+    return !component_search_->in(folder.substr(known));
+}
+
+void PathMatcher::prefetch(const Segment& segment) const {
+    if (component_search_ && component_.size() > 1) {
+        prefetch_bytes(segment.folder_pairs->word_of(component_[0]), sizeof(std::uint64_t));
+        prefetch_bytes(segment.folder_pairs->word_of(component_[1]), sizeof(std::uint64_t));
+    }
+    rests_[0].filter.prefetch(segment);
 }
 
 // Matches the parts as far to the left as they go, as far as they go. Returns what is left for the

@@ -26,6 +26,8 @@ public:
     // The pattern outlives this.
     PathMatcher(const Pattern& pattern, const std::atomic<bool>& cancel);
 
+    void prefetch(const Segment& segment) const;
+
     // Clears the bits of entries whose paths do not match. One thread at a time.
     void match(const Segment& segment, EntryBits& bits);
 
@@ -52,6 +54,7 @@ private:
     std::string_view subject_folder(const Segment& segment, const FolderRun& run) const;
 
     bool no_folder_holds_the_first_part(const Segment& segment) const;
+    bool lacks_the_first_part(const Segment& segment, const FolderRun& run);
     Rest* match_folder(std::string_view folder, std::size_t shared_bytes);
     void keep_names(const Segment& segment, std::uint32_t first, std::uint32_t end, Rest& rest,
                     EntryBits& bits);

@@ -1,19 +1,13 @@
 #include "query/scan.hpp"
 
 #include <bit>
+#include <span>
 
+#include "common/bytes.hpp"
 #include "query/segment_matcher.hpp"
 
 namespace system_search {
 namespace {
-
-std::uint32_t count_bits(const Segment& segment, const EntryBits& bits) {
-    std::uint32_t count = 0;
-    for (std::uint32_t word = 0; word < segment.words; ++word) {
-        if (bits[word] != 0) count += static_cast<std::uint32_t>(std::popcount(bits[word]));
-    }
-    return count;
-}
 
 void offer_all(const Segment& segment, const EntryBits& bits, Candidates& candidates) {
     for (std::uint32_t word = 0; word < segment.words; ++word) {
@@ -24,14 +18,28 @@ void offer_all(const Segment& segment, const EntryBits& bits, Candidates& candid
     }
 }
 
+// Where nearly every shard is passed over at a glance, waiting for the memory is all the work that
+// there is. Each step follows a pointer that the step before it, some shards ago, has asked for.
+void prefetch_ahead(const ShardList& shards, std::size_t i, const SegmentMatcher& matcher) {
+    if (i + 6 < shards.size()) prefetch_bytes(shards[i + 6].get(), sizeof(Shard));
+    if (i + 4 < shards.size()) {
+        prefetch_bytes(shards[i + 4]->segments().data(), sizeof(Segment));
+    }
+    if (i + 2 < shards.size()) {
+        const std::span<const Segment> segments = shards[i + 2]->segments();
+        if (!segments.empty()) matcher.prefetch(segments.front());
+    }
+}
+
 }  // namespace
 
 bool scan(const ShardList& shards, const Pattern& pattern, std::uint32_t kind,
           const std::atomic<bool>& cancel, Candidates& candidates, std::uint32_t& matched) {
     SegmentMatcher matcher(pattern, kind, cancel);
     EntryBits bits;
-    for (const std::shared_ptr<const Shard>& shard : shards) {
-        for (const Segment& segment : shard->segments()) {
+    for (std::size_t i = 0; i < shards.size(); ++i) {
+        prefetch_ahead(shards, i, matcher);
+        for (const Segment& segment : shards[i]->segments()) {
             if (cancel) return false;
             // When not even the segment's least entry could become a result, counting is enough.
             if (const auto count = matcher.count_all(segment)) {

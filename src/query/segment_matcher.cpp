@@ -21,6 +21,11 @@ std::optional<std::uint32_t> SegmentMatcher::count_all(const Segment& segment) c
     return kind_ == SS_KIND_FOLDER ? segment.folders : segment.size - segment.folders;
 }
 
+void SegmentMatcher::prefetch(const Segment& segment) const {
+    if (names_) names_->prefetch(segment);
+    if (paths_) paths_->prefetch(segment);
+}
+
 void SegmentMatcher::match(const Segment& segment, EntryBits& bits) {
     start_with_kind(segment, bits);
     if (pattern_.matches_everything()) return;

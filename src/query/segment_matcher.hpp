@@ -20,6 +20,9 @@ public:
     // How many entries match, when that needs no look at them: every one of a kind does.
     std::optional<std::uint32_t> count_all(const Segment& segment) const;
 
+    // Asks the memory for what match() will look at first.
+    void prefetch(const Segment& segment) const;
+
     // Sets `bits` to the entries that match.
     void match(const Segment& segment, EntryBits& bits);
 

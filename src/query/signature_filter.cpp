@@ -39,6 +39,18 @@ void SignatureFilter::require(std::string_view text, bool begins, bool ends) {
     if (ends && has_before) require_bit(pair_bit(before, '\0'));
 }
 
+void SignatureFilter::prefetch(const Segment& segment) const {
+    // Where the first columns leave nothing, which is the rule for a rare text, no other is read.
+    constexpr std::size_t kColumns = 3;
+    std::size_t columns = 0;
+    for (const std::vector<unsigned>* bits : {&pairs_, &bytes_}) {
+        for (const unsigned bit : *bits) {
+            if (++columns > kColumns) return;
+            prefetch_bytes(segment.column(bit), segment.words * sizeof(std::uint64_t));
+        }
+    }
+}
+
 bool SignatureFilter::apply(const Segment& segment, EntryBits& bits) const {
     for (const unsigned bit : pairs_) {
         if (!intersect(segment, bit, bits)) return false;
@@ -46,7 +58,16 @@ bool SignatureFilter::apply(const Segment& segment, EntryBits& bits) const {
     for (const unsigned bit : bytes_) {
         if (!intersect(segment, bit, bits)) return false;
     }
-    return true;
+    if (dots_.empty()) return true;
+    EntryBits non_ascii;
+    non_ascii_names(segment, non_ascii);
+    std::uint64_t left = 0;
+    for (std::uint32_t word = 0; word < segment.words; ++word) {
+        std::uint64_t fits = ~std::uint64_t{0};
+        for (const unsigned bit : dots_) fits &= segment.column(bit)[word];
+        left |= bits[word] &= fits | non_ascii[word];
+    }
+    return left != 0;
 }
 
 }  // namespace system_search

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "index/signature.hpp"
 #include "query/entry_bits.hpp"
 
 namespace system_search {
@@ -16,12 +17,20 @@ public:
 
     void require_bit(unsigned signature_bit);
 
+    // Only names pass whose byte at `place`, below kDotPlaces, is a "."; and those that hold other
+    // bytes than ASCII, in which a place in a pattern is not one in the name.
+    void require_dot(unsigned place) { dots_.push_back(kDotBits + place); }
+
+    // Asks the memory for what apply() will look at first.
+    void prefetch(const Segment& segment) const;
+
     // Clears the bits of entries whose names cannot match. False when none is left.
     bool apply(const Segment& segment, EntryBits& bits) const;
 
 private:
     std::vector<unsigned> pairs_;  // tried first: they tell more apart
     std::vector<unsigned> bytes_;
+    std::vector<unsigned> dots_;
 };
 
 }  // namespace system_search

@@ -12,8 +12,14 @@ bool has(const Signature& signature, unsigned bit) {
     return (signature.words[bit / 64] >> bit % 64 & 1) != 0;
 }
 
+Signature signature_of(std::string name) {
+    const std::size_t bytes = name.size();
+    name.resize(bytes + 8, '.');  // none of the name's business
+    return name_signature(std::string_view(name).substr(0, bytes));
+}
+
 TEST(Signature, holds_every_byte_and_every_pair_of_a_name_and_its_two_ends) {
-    const Signature signature = name_signature("ab.c");
+    const Signature signature = signature_of("ab.c");
     for (const char byte : std::string("ab.c")) EXPECT_TRUE(has(signature, byte_bit(byte)));
     EXPECT_TRUE(has(signature, pair_bit('a', 'b')));
     EXPECT_TRUE(has(signature, pair_bit('b', '.')));
@@ -22,8 +28,24 @@ TEST(Signature, holds_every_byte_and_every_pair_of_a_name_and_its_two_ends) {
     EXPECT_TRUE(has(signature, pair_bit('c', '\0')));
 }
 
+TEST(Signature, tells_where_dots_stand_among_the_first_eight_bytes) {
+    const auto dots = [](const std::string& name) {
+        std::string places;
+        for (unsigned i = 0; i < kDotPlaces; ++i) {
+            if (has(signature_of(name), kDotBits + i)) places += static_cast<char>('0' + i);
+        }
+        return places;
+    };
+    EXPECT_EQ(dots(""), "");
+    EXPECT_EQ(dots("."), "0");
+    EXPECT_EQ(dots("read.me"), "4");
+    EXPECT_EQ(dots("a.b.tar.gz"), "137");
+    EXPECT_EQ(dots("........"), "01234567");
+    EXPECT_EQ(dots("makefile.am"), "") << "the ninth byte";
+}
+
 TEST(Signature, of_an_empty_name_is_its_two_ends_alone) {
-    const Signature signature = name_signature("");
+    const Signature signature = signature_of("");
     for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
         EXPECT_EQ(has(signature, bit), bit == pair_bit('\0', '\0')) << bit;
     }

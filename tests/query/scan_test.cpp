@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "query/plain_scan.hpp"
+#include "system_search.h"
 
 namespace system_search {
 namespace {
@@ -126,6 +127,66 @@ TEST(Scan, agrees_with_the_plain_scan_over_all_small_paths_and_stars) {
     }
     for (const std::string& text : all_texts({"a", "/", "*", "?"}, 5)) {
         ASSERT_TRUE(same_answer(catalogue, text, /*flags=*/1, 0, 2));
+    }
+}
+
+// Dots are known by their places and by the endings that they begin, both of which have limits: of
+// 8 bytes, of ASCII, of the kept case.
+TEST(Scan, agrees_with_the_plain_scan_over_all_small_names_and_dots) {
+    std::vector<plain::Entry> entries;
+    for (const std::string& name : all_texts({"a", "B", ".", "\xC3\xA9"}, 5)) {
+        if (!name.empty()) entries.emplace_back("C:/" + name, 1);
+    }
+    for (const std::string& name : all_texts({"a", ".", "bcdefg"}, 4)) {
+        if (name.size() > 5) entries.emplace_back("C:/" + name, 1);
+    }
+    const Catalogue catalogue(std::move(entries));
+    for (const std::string& text : all_texts({"a", ".", "*", "?"}, 5)) {
+        ASSERT_TRUE(same_answer(catalogue, text, /*flags=*/0, 0, 2));
+    }
+    for (const std::string& text : all_texts({"a", "B", ".", "*", "bcdefg"}, 4)) {
+        for (const std::uint32_t flags : {std::uint32_t{0}, SS_MATCH_CASE}) {
+            ASSERT_TRUE(same_answer(catalogue, text, flags, 0, 2));
+        }
+    }
+    for (std::size_t marks = 0; marks < 12; ++marks) {
+        for (const char* const end : {".*", ".", ".?*", "a*", ".*a"}) {
+            ASSERT_TRUE(same_answer(catalogue, std::string(marks, '?') + end, 0, 0, 2));
+        }
+    }
+}
+
+// More endings than a segment numbers.
+TEST(Scan, agrees_with_the_plain_scan_on_very_many_endings) {
+    std::vector<plain::Entry> entries;
+    for (int i = 0; i < 3000; ++i) {
+        entries.emplace_back("C:/name" + std::to_string(i) + "." + std::to_string(i % 700), 1);
+    }
+    const Catalogue catalogue(std::move(entries));
+    for (int i = 0; i < 700; ++i) {
+        const std::string number = std::to_string(i);
+        for (const std::string& text : {"*." + number, number, "." + number, "*" + number}) {
+            ASSERT_TRUE(same_answer(catalogue, text, 0, 0, 1000));
+        }
+    }
+}
+
+// Texts of every length around those that are searched in one piece, 32 and 63 bytes.
+TEST(Scan, agrees_with_the_plain_scan_on_stars_in_names_of_every_length) {
+    std::vector<plain::Entry> entries;
+    for (std::size_t length = 4; length < 80; ++length) {
+        for (std::size_t place = 0; place + 3 <= length; ++place) {
+            std::string name(length, '-');
+            name.replace(place, 2, "ab");
+            name.back() = 'c';
+            entries.emplace_back("C:/" + name, 1);
+        }
+    }
+    const Catalogue catalogue(std::move(entries));
+    for (const char* const text :
+         {"*a*b*c*", "*ab*c*", "*a*bc*", "*-a*b-*c", "*a*c*b*", "*a*b*-c", "-*a*b*c*", "*ab*-*-*c*",
+          "*a*b*c*c*", "*----*ab*--*", "*abc*", "*a*b*ab*"}) {
+        ASSERT_TRUE(same_answer(catalogue, text, 0, 0, 5));
     }
 }
 
