@@ -102,16 +102,13 @@ void NameMatcher::names_with_endings(const Segment& segment, EntryBits& names) c
             shape_ == Shape::kPart ? parts_[0].in(ending) : ending.ends_with(pattern_.suffix);
         if (!matches) continue;
         const __m128i number = _mm_set1_epi8(static_cast<char>(i + 1));
-        for (std::uint32_t word = 0; word < segment.words; ++word) {
-            std::uint64_t equal = 0;
-            for (unsigned part = 0; part < 4; ++part) {
-                const std::uint8_t* const numbers = segment.ending_numbers + word * 64 + part * 16;
-                const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(numbers));
-                const auto mask =
-                    static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(here, number)));
-                equal |= std::uint64_t{mask} << 16 * part;
-            }
-            names[word] |= equal;
+        for (std::uint32_t entry = 0; entry < segment.size; entry += 16) {
+            static_assert(kTextPadding >= 16);
+            const __m128i numbers =
+                _mm_loadu_si128(reinterpret_cast<const __m128i*>(segment.ending_numbers + entry));
+            const auto equal =
+                static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(numbers, number)));
+            names[entry / 64] |= std::uint64_t{equal} << entry % 64;
         }
     }
 }
