@@ -38,7 +38,8 @@ Ending ending_of(std::string_view name) noexcept {
 std::uint8_t EndingNumbers::number_of(Ending ending) {
     if (ending == 0) return 0;
     constexpr std::size_t kSlots = sizeof numbers_;
-    for (std::size_t slot = ending * std::uint64_t{0x9E3779B97F4A7C15} >> (64 - kSlotBits);; ++slot) {
+    for (std::size_t slot = ending * std::uint64_t{0x9E3779B97F4A7C15} >> (64 - kSlotBits);;
+         ++slot) {
         std::uint8_t& number = numbers_[slot % kSlots];
         if (number == 0) {
             if (all_.size() - first_ == kMaxEndings) return 0;
