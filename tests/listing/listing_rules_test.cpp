@@ -1,4 +1,5 @@
 // What a listing makes of children that are odd in one way: their names, and what they count.
+#include "listing/listing.hpp"
 #include "query/query_test_support.hpp"
 
 namespace system_search {
@@ -36,6 +37,15 @@ TEST_F(ListingRulesTest, child_that_is_left_out_counts_nothing_against_the_estim
     add_generated_folder(folder, numbered_files(17'000));
     const RunningQuery query(ss_query_directory(utf8_from_wide(folder).c_str(), "", 0, 0, 10));
     EXPECT_EQ(query.finish(), (QueryStatus{SS_QUERY_DONE, 0, 0, 17'000, 1}));
+}
+
+TEST_F(ListingRulesTest, empty_folder_is_one_shard_without_entries) {
+    add_folder(u"C:\\empty");
+    Query query;
+    run_listing({&query, "C:/empty", "", 0, 0, 10});
+    EXPECT_EQ(query.state, SS_QUERY_DONE);
+    ASSERT_EQ(query.shards.size(), 1u);
+    EXPECT_EQ(query.shards[0]->size(), 0u);
 }
 
 }  // namespace
