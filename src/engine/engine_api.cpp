@@ -7,6 +7,7 @@
 //   error_text   the last error, copied for the calling thread               error_text.cpp
 //   engine       the fields all of them share, and who guards them           engine.cpp
 #include <memory>
+#include <utility>
 
 #include "common/guard.hpp"
 #include "engine/build.hpp"
@@ -69,10 +70,19 @@ void ss_cancel(SystemSearchEngine* handle) {
 void ss_status(SystemSearchEngine* handle, EngineStatus* out) {
     Engine* const engine = engine_of(handle);
     if (engine == nullptr || out == nullptr) return;
-    const std::shared_ptr<Index> index = system_search::current_index(*engine);
-    system_search::platform::MutexLock lock(index->mutex);
-    *out = {engine->state, index->entry_count, engine->skipped, engine->limited,
-            engine->from_cache};
+    std::shared_ptr<Index> index = system_search::current_index(*engine);
+    while (true) {
+        {
+            const system_search::platform::MutexLock lock(index->mutex);
+            *out = {engine->state, index->entry_count, engine->skipped, engine->limited,
+                    engine->from_cache};
+        }
+        // A build may have replaced the index and ended meanwhile. Its final state beside the count
+        // of the old index would tell a host that stops polling then that nothing was found.
+        std::shared_ptr<Index> now = system_search::current_index(*engine);
+        if (now == index) return;
+        index = std::move(now);
+    }
 }
 
 const char* ss_error(SystemSearchEngine* handle) {
