@@ -164,8 +164,8 @@ SS_API int32_t ss_start(SystemSearchEngine* engine, const char* scope, const cha
 SS_API void ss_cancel(SystemSearchEngine* engine);
 
 /* Fills `out`. With a null engine or a null `out` nothing is written. Never waits for the build.
-   The call that first shows the end of a build may still hold the counters of a moment before it;
-   the next one holds the final ones. */
+   The state is read before the counters: the call that first shows the end of a build holds its
+   final counters, too, and one that shows it running may hold newer counters than state. */
 SS_API void ss_status(SystemSearchEngine* engine, EngineStatus* out);
 
 /* Returns the engine's last error as an English sentence, "" when there is none; never null.

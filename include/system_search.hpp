@@ -275,7 +275,7 @@ public:
     }
     void cancel() noexcept { ss_cancel(handle()); }
 
-    /// As ss_status: the call that first shows the end of a build may mix two moments.
+    /// As ss_status: the call that first shows the end of a build holds its final counters.
     Progress progress() const noexcept {
         Progress progress;
         if (handle_) {

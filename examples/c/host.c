@@ -70,7 +70,6 @@ static int search_while_indexing(SystemSearchEngine* engine, const char* text) {
                     outcome.index_entries);
             Sleep(20);
         } else if (outcome.state == SS_QUERY_DONE) {
-            ss_status(engine, &build); /* the first one after the end may mix two moments */
             printf("indexed %u, skipped %u\n", build.entries, build.skipped);
             print_results("search", query, outcome);
         }

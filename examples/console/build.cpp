@@ -38,7 +38,6 @@ const EngineStatus& Build::poll() {
     if (status_.state != SS_ENGINE_IDLE && !is_running()) return status_;
     ss_status(engine_, &status_);
     if (!is_running()) {
-        ss_status(engine_, &status_);  // the first one of a finished build may mix two moments
         ended_ = Clock::now();
         error_ = ss_error(engine_);
     }

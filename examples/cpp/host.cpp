@@ -54,7 +54,6 @@ bool search_while_indexing(ss::Engine& engine, ss::Text text) {
             return false;
         }
         if (build.state != ss::EngineState::kRunning) {
-            build = engine.progress();  // the first one after the end may mix two moments
             std::cout << "indexed " << build.entries << ", skipped " << build.skipped << '\n';
             print_results("search", query);
             return true;

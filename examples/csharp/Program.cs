@@ -50,7 +50,6 @@ internal static class Program
                 QueryStatus outcome = Finish(query);
                 if (build.State != EngineState.Running)
                 {
-                    build = engine.Status; // the first one after the end may mix two moments
                     Console.WriteLine("indexed {0}, skipped {1}", build.Entries, build.Skipped);
                     PrintResults("search", query, outcome);
                     return;

@@ -69,7 +69,6 @@ func searchOnce(engine *systemsearch.Engine, text string) (finished bool, err er
 			outcome.IndexEntries)
 		return false, nil
 	}
-	build = engine.Progress() // the first one after the end may mix two moments
 	fmt.Printf("indexed %d, skipped %d\n", build.Entries, build.Skipped)
 	printResults("search", query, outcome)
 	return true, nil

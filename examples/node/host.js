@@ -26,13 +26,12 @@ function printResults(title, query, outcome) {
 // Searches until a search has seen the finished index, and prints what that one found.
 async function searchWhileIndexing(engine, text) {
   for (;;) {
-    let build = engine.progress();
+    const build = engine.progress();
     if (build.state === EngineState.failed) throw new Error(engine.error());
     const query = engine.search(text);
     try {
       const outcome = await query.finished();
       if (build.state !== EngineState.running) {
-        build = engine.progress(); // the first one after the end may mix two moments
         console.log(`indexed ${build.entries}, skipped ${build.skipped}`);
         printResults('search', query, outcome);
         return;

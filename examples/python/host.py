@@ -41,7 +41,6 @@ def search_while_indexing(engine: Engine, text: str) -> None:
         with engine.search(text) as query:
             outcome = finish(query)
             if build.state != EngineState.RUNNING:
-                build = engine.status()  # the first one after the end may mix two moments
                 print(f"indexed {build.entries}, skipped {build.skipped}")
                 print_results("search", query, outcome)
                 return

@@ -52,7 +52,6 @@ fn search_while_indexing(engine: &Engine, text: &str) -> Result<(), String> {
         let query = engine.search(text).ok_or("The search did not start.")?;
         let (query, outcome) = finish(query)?;
         if build.state != EngineState::Running {
-            let build = engine.progress(); // the first one after the end may mix two moments
             println!("indexed {}, skipped {}", build.entries, build.skipped);
             print_results("search", &query, &outcome);
             return Ok(());
