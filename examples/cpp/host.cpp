@@ -42,7 +42,7 @@ void print_results(std::string_view title, const ss::Query& query) {
 // Searches until a search has seen the finished index, and prints what that one found.
 bool search_while_indexing(ss::Engine& engine, ss::Text text) {
     while (true) {
-        ss::Progress build = engine.progress();
+        const ss::Progress build = engine.progress();
         if (build.state == ss::EngineState::kFailed) {
             std::cerr << engine.error() << '\n';
             return false;
