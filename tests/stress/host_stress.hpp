@@ -34,6 +34,8 @@ inline constexpr std::uint32_t kEntries = kFolders * (kFiles + 1);
 struct Tree {
     std::string scope;
     std::vector<std::string> caches;  // one for each engine; some may be equal
+    // The system may refuse to replace a cache that another engine is reading.
+    bool saves_may_fail = false;
 };
 
 // Seconds from the environment variable, so that the same test serves as a long soak.
@@ -149,8 +151,13 @@ private:
         ++finished_builds_;
         // The lock is held alone, but other threads of the host may have been about to cancel.
         const std::uint32_t good = bad_scope ? SS_ENGINE_FAILED : SS_ENGINE_READY;
-        EXPECT_TRUE(seen.state == good || seen.state == SS_ENGINE_CANCELLED) << seen.state;
-        if (!cancelled) {
+        const bool unsaved = save_failed(engine) && seen.state == SS_ENGINE_FAILED;
+        if (unsaved) {
+            EXPECT_EQ(seen.entries, kEntries);
+        }
+        EXPECT_TRUE(seen.state == good || unsaved || seen.state == SS_ENGINE_CANCELLED)
+            << seen.state;
+        if (!cancelled && !unsaved) {
             EXPECT_EQ(seen.state, good);
         }
         if (seen.state == SS_ENGINE_READY) {
@@ -162,7 +169,7 @@ private:
         ss_status(engine.handle, &later);
         EXPECT_EQ(later.state, seen.state) << "a final state changed";
         EXPECT_EQ(later.entries, seen.entries);
-        if (seen.state == SS_ENGINE_FAILED) {
+        if (seen.state == SS_ENGINE_FAILED && !unsaved) {
             EXPECT_STREQ(ss_error(engine.handle), "Choose an absolute folder path.");
         }
     }
@@ -209,10 +216,18 @@ private:
         }
     }
 
-    static void check_error(SharedEngine& engine) {
+    void check_error(SharedEngine& engine) {
         const std::shared_lock use(engine.lifetime);
         const std::string_view error = ss_error(engine.handle);
-        EXPECT_TRUE(error.empty() || error == "Choose an absolute folder path.") << error;
+        EXPECT_TRUE(error.empty() || error == "Choose an absolute folder path." ||
+                    save_failed(engine))
+            << error;
+    }
+
+    bool save_failed(SharedEngine& engine) const {
+        const std::string_view error = ss_error(engine.handle);
+        return tree_.saves_may_fail &&
+               error == "Index is usable, but its cache could not be saved.";
     }
 
     struct Question {

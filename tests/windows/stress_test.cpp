@@ -31,7 +31,9 @@ TEST(Stress, random_calls_from_many_threads_get_legal_answers_and_leave_nothing_
     DWORD const started = GetTickCount();
     const DWORD half = static_cast<DWORD>(host_stress::seconds()) * 500;
     {
-        host_stress::Stress stress({base + "/tree", {base + "/a", base + "/a", base + "/b", ""}});
+        host_stress::Stress stress({base + "/tree",
+                                    {base + "/a", base + "/a", base + "/b", ""},
+                                    /*saves_may_fail=*/true});
         stress.run(6, seed, [&] {
             std::size_t& peak = GetTickCount() - started < half ? early_peak : late_peak;
             peak = std::max(peak, ProcessResources::now().memory_bytes);
