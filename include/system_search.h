@@ -165,7 +165,7 @@ SS_API void ss_cancel(SystemSearchEngine* engine);
 
 /* Fills `out`. With a null engine or a null `out` nothing is written. Never waits for the build.
    The state is read before the counters: the call that first shows the end of a build holds its
-   final counters, too, and one that shows it running may hold newer counters than state. */
+   final counters, too; one that shows it running may hold counters newer than that. */
 SS_API void ss_status(SystemSearchEngine* engine, EngineStatus* out);
 
 /* Returns the engine's last error as an English sentence, "" when there is none; never null.

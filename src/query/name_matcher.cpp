@@ -72,7 +72,7 @@ void NameMatcher::match(const Segment& segment, EntryBits& bits) const {
 }
 
 // Sets `known` to those of the entries of `bits` that match, as far as that is known without a look
-// at their names. False when it is not worth to ask.
+// at their names. False when asking is not worth it.
 bool NameMatcher::known_matches(const Segment& segment, const EntryBits& bits,
                                 EntryBits& known) const {
     if (dots_decide_) {
