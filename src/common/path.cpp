@@ -112,6 +112,11 @@ std::u16string_view parent_path(std::u16string_view path) noexcept {
     return path.substr(0, end);
 }
 
+bool is_device_path(std::u16string_view path) noexcept {
+    const bool has_prefix = root_name_units(path) == 3 && (path[2] == u'?' || path[2] == u'.');
+    return has_prefix && path.size() > 4 && find_separator(path, 4) == path.size();
+}
+
 void append_component(std::u16string& path, std::u16string_view name) {
     const bool is_bare_drive = path.size() == 2 && has_drive(std::u16string_view(path));
     const bool needs_separator = !path.empty() && !is_bare_drive && !is_separator(path.back());

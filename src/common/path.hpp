@@ -31,6 +31,10 @@ namespace system_search {
 // separator counts as an empty last name: the parent of "C:\a\" is "C:\a".
 [[nodiscard]] std::u16string_view parent_path(std::u16string_view path) noexcept;
 
+// A device prefix and one name ("\\?\C:"). The system takes that for the device; its root folder is
+// what a separator behind it makes of it.
+[[nodiscard]] bool is_device_path(std::u16string_view path) noexcept;
+
 // Appends one name, with a backslash before it unless the path is empty, ends in a separator, or is
 // a bare drive, which a name makes drive-relative ("C:" and "x" give "C:x").
 void append_component(std::u16string& path, std::u16string_view name);

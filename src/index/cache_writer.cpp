@@ -13,7 +13,8 @@ namespace {
 
 // What stands at `path`, links followed: kSuccess is a folder, kInvalidDirectory with `exists` set
 // anything else.
-platform::Error find_folder(const std::u16string& path, bool& exists) {
+platform::Error find_folder(std::u16string path, bool& exists) {
+    if (is_device_path(path)) path += u'\\';
     platform::Status status{};
     const platform::Error error = platform::status_following_links(path.c_str(), status);
     exists = error == platform::kSuccess;
@@ -127,7 +128,7 @@ void write_contents(const CacheContents& contents, const std::atomic<bool>& canc
     output.integer(contents.limited);
     for (const auto& shard : published_shards(contents.index)) {
         if (cancel.load() || output.failed()) return;
-        for (const Entry& entry : shard->entries()) {
+        for (const Entry& entry : shard->entries) {
             // Paths lie behind one another, but the processor does not see that from the entries.
             __builtin_prefetch(entry.path.c_str() + 768);
             output.record(entry.path, entry.kind);

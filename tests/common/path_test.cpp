@@ -335,6 +335,18 @@ TEST(Path, every_short_path_has_the_parent_that_the_standard_library_says) {
     }
 }
 
+TEST(Path, a_device_is_a_prefix_and_one_name) {
+    for (const char* const device :
+         {"\\\\?\\C:", "\\\\.\\C:", "\\??\\C:", "//?/C:", "\\\\?\\Volume{1-2}", "\\\\?\\x"}) {
+        EXPECT_TRUE(is_device_path(wide(device))) << device;
+    }
+    for (const char* const other :
+         {"", "C:", "C:\\", "\\\\?", "\\\\?\\", "\\\\?\\C:\\", "\\\\?\\C:\\a", "\\\\server\\share",
+          "\\\\s\\C:", "\\?\\C:", "\\x?\\C:", "\\\\?x\\C:"}) {
+        EXPECT_FALSE(is_device_path(wide(other))) << other;
+    }
+}
+
 // ---- Joining ------------------------------------------------------------------------------------
 
 TEST(Path, a_name_is_appended_behind_exactly_one_separator) {

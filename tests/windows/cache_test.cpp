@@ -125,6 +125,24 @@ TEST_F(Cache, missing_folders_are_created) {
     EXPECT_TRUE(fs::exists(root / "four" / "five" / "index"));
 }
 
+// What "\\?\C:" names is the drive, and not a folder.
+TEST_F(Cache, a_device_prefix_leads_to_the_same_folders) {
+    const std::string device = "\\\\?\\" + root.root_name().string();
+    const std::string top = root.filename().string();
+    const std::string rest = root.string().substr(root.root_name().string().size());
+    for (const std::string& path :
+         {device + rest + "\\cache\\index", device + rest + "\\new\\folder\\index",
+          device + "\\" + top + ".new\\index", device + "\\" + top + ".idx"}) {
+        expect(build(path), SS_ENGINE_READY, 3);
+        EXPECT_STREQ(ss_error(engine), "") << path;
+        expect(build(path), SS_ENGINE_READY, 3, 0, 0, 1);
+        DeleteFileW(fs::path(path).c_str());
+    }
+    RemoveDirectoryW(fs::path(device + "\\" + top + ".new").c_str());
+    expect(build("\\\\?\\Q:\\index"), SS_ENGINE_READY, 3);
+    EXPECT_STREQ(ss_error(engine), kNotSaved);
+}
+
 TEST_F(Cache, a_bare_name_lies_in_the_current_folder) {
     const fs::path before = fs::current_path();
     fs::current_path(root / "cache");
