@@ -31,12 +31,6 @@ std::vector<std::u16string> local_drives() {
     return local;
 }
 
-// Errors that say that the path, or what a link on it leads to, is not there.
-bool is_missing(platform::Error error) {
-    return platform::is_not_found(error) || error == platform::kCannotAccessFile ||
-           error == platform::kCannotResolveName;
-}
-
 bool is_unfollowed_link(const platform::Status& status) {
     return (status.attributes & platform::kAttributeReparsePoint) != 0 &&
            (status.reparse_tag == platform::kTagMountPoint ||
@@ -49,7 +43,7 @@ std::u16string chosen_folder(std::string_view scope) {
 
     platform::Status status{};
     const platform::Error error = platform::status_following_links(path.c_str(), status);
-    if (error != platform::kSuccess && !is_missing(error)) {
+    if (error != platform::kSuccess && !platform::is_not_found(error)) {
         throw std::runtime_error("status: " + platform::error_message(error) + ": \"" +
                                  std::string(scope) + "\"");
     }

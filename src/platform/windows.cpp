@@ -278,6 +278,9 @@ void run_in_exception_scope(Thread::Body body, void* argument) {
 DWORD WINAPI run_thread(void* parameter) {
     const ThreadStart start = *static_cast<ThreadStart*>(parameter);
     delete static_cast<ThreadStart*>(parameter);
+    // A drive without a medium is an error like any other, not a box on the user's screen that this
+    // thread, and whoever destroys its handle, would wait for.
+    SetThreadErrorMode(SEM_FAILCRITICALERRORS, nullptr);
     run_in_exception_scope(start.body, start.argument);
     return 0;
 }

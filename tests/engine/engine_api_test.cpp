@@ -185,6 +185,17 @@ TEST_F(EngineApiTest, failed_join_of_the_earlier_build_keeps_its_text_and_its_in
     EXPECT_EQ(build("C:\\top\\bad").state, SS_ENGINE_READY) << "a later start joins it";
 }
 
+// Whoever goes on would free what the thread still uses.
+TEST_F(EngineApiTest, destroying_ends_the_process_when_its_join_fails) {
+    ASSERT_EQ(build("C:\\top").state, SS_ENGINE_READY);
+    EXPECT_DEATH(
+        {
+            fail_platform_call(1, platform::kPossibleDeadlock, kJoinThread);
+            ss_destroy(handle_);
+        },
+        "");
+}
+
 TEST_F(EngineApiTest, start_from_the_build_thread_itself_is_refused_or_fails) {
     std::int32_t while_running = -1;
     std::int32_t when_ended = -1;

@@ -39,6 +39,9 @@ std::atomic<HANDLE> failing_search{nullptr};
 // A search that leaves out "." and "..", as the root of a drive does.
 std::atomic<HANDLE> bare_search{nullptr};
 
+// What the thread that enumerates does where a drive has no medium.
+std::atomic<DWORD> error_mode{0};
+
 bool has_mark(std::wstring_view path, std::wstring_view mark) {
     return path.find(mark) != path.npos;
 }
@@ -84,6 +87,7 @@ bool is_dots(const WIN32_FIND_DATAW& found) {
 
 HANDLE WINAPI find_first(const wchar_t* pattern, FINDEX_INFO_LEVELS level, void* out,
                          FINDEX_SEARCH_OPS search, void* filter, DWORD flags) {
+    error_mode = GetThreadErrorMode();
     if (has_mark(pattern, L"mark unopenable")) return fail(script.open_error, INVALID_HANDLE_VALUE);
     HANDLE const handle = FindFirstFileExW(pattern, level, out, search, filter, flags);
     if (handle == INVALID_HANDLE_VALUE) return handle;
@@ -374,15 +378,17 @@ TEST_F(PlatformPatchTest, scope_that_is_a_link_is_judged_by_what_it_leads_to) {
 TEST_F(PlatformPatchTest, scope_link_that_cannot_be_followed_is_unavailable) {
     make_folder("tree");
     script.status_attributes = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-    // File or path not found, not to be accessed, leads in a circle.
-    for (const DWORD error : {2u, 3u, 1920u, 1921u}) {
+    // File and path not found; access denied, cannot be accessed, leads in a circle.
+    for (const DWORD error : {2u, 3u}) {
         script.target_error = error;
         EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
         EXPECT_EQ(this->error(), "The selected folder is unavailable.") << error;
     }
-    script.target_error = ERROR_ACCESS_DENIED;
-    EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
-    EXPECT_EQ(error().rfind("status: ", 0), 0u) << error();
+    for (const DWORD error : {5u, 1920u, 1921u}) {
+        script.target_error = error;
+        EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
+        EXPECT_EQ(this->error().rfind("status: ", 0), 0u) << this->error();
+    }
     script.target_error = 0;
     script.basic_error = ERROR_READ_FAULT;
     EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
@@ -447,6 +453,30 @@ TEST_F(PlatformPatchTest, join_that_fails_fails_the_start_and_keeps_the_text) {
     script.joins_fail = false;
     make_file("tree/f");
     EXPECT_EQ(build_tree().state, SS_ENGINE_READY);
+}
+
+TEST_F(PlatformPatchTest, no_thread_of_the_library_asks_the_user_for_a_medium) {
+    make_file("tree/f");
+    const DWORD before = GetThreadErrorMode();
+    ASSERT_EQ(before & SEM_FAILCRITICALERRORS, 0u) << "the host would never be asked anyway";
+    build_tree();
+    EXPECT_EQ(error_mode.exchange(0), SEM_FAILCRITICALERRORS);
+    SystemSearchQuery* const listing = ss_query_directory(path("tree").c_str(), "", 0, 0, 1);
+    ss_query_destroy(listing);
+    EXPECT_EQ(error_mode, SEM_FAILCRITICALERRORS);
+    EXPECT_EQ(GetThreadErrorMode(), before) << "the host's threads keep their own";
+}
+
+// Whoever goes on would free what the thread still uses.
+TEST_F(PlatformPatchTest, destroying_ends_the_process_when_its_join_fails) {
+    make_file("tree/f");
+    build_tree();
+    EXPECT_DEATH(
+        {
+            script.joins_fail = true;
+            ss_destroy(engine_);
+        },
+        "");
 }
 
 TEST_F(PlatformPatchTest, thread_without_a_slot_for_its_text_gets_a_fixed_one) {
