@@ -10,7 +10,7 @@ int main(int argc, char** argv) {
     const char* text = argc > 2 ? argv[2] : "";
     SystemSearchEngine* engine = ss_create();
     SystemSearchQuery* query = NULL;
-    EngineStatus build = {SS_ENGINE_RUNNING, 0, 0, 0, 0};
+    EngineStatus build = {SS_ENGINE_FAILED, 0, 0, 0, 0};
     QueryStatus found = {SS_QUERY_RUNNING, 0, 0, 0, 0};
 
     ss_start(engine, folder, /* no cache file */ "", /* force */ 0);

@@ -73,7 +73,7 @@ extern "C" {
 #define SS_ENGINE_RUNNING 1u   /* a build thread is loading the cache or walking the disk */
 #define SS_ENGINE_READY 2u     /* finished: loaded, walked completely, or walked up to a limit */
 #define SS_ENGINE_CANCELLED 3u /* stopped because ss_cancel was called */
-#define SS_ENGINE_FAILED 4u    /* the build or its start failed; ss_error tells why */
+#define SS_ENGINE_FAILED 4u    /* the build failed, and ss_error tells why; or its start did */
 
 /* The state of a query or of a folder listing: QueryStatus.state. */
 #define SS_QUERY_RUNNING 0u   /* still working */
@@ -151,7 +151,7 @@ SS_API SystemSearchEngine* ss_create(void);
  * Returns 0, changing nothing, when a pointer is null or a build is running. Otherwise the earlier
  * index is replaced by an empty one, the counters are reset and the error text is emptied;
  * queries made earlier keep their own snapshot. When the thread cannot be started the result is 0
- * and the state SS_ENGINE_FAILED; a later call may succeed.
+ * and the state SS_ENGINE_FAILED, and ss_error knows no reason; a later call may succeed.
  *
  * Waits only for the exit of an earlier, finished build thread. Not to be called at the same time
  * as another ss_start or ss_destroy of this engine. */
@@ -160,7 +160,8 @@ SS_API int32_t ss_start(SystemSearchEngine* engine, const char* scope, const cha
 
 /* Asks a running build to stop, and returns at once. The state becomes SS_ENGINE_CANCELLED when
    the build notices, which is before its next directory entry; entries published so far stay
-   searchable and no cache is written. Without a running build, or with null, nothing happens. */
+   searchable. No cache is written, unless a finished one is just taking its place. Without a
+   running build, or with null, nothing happens. */
 SS_API void ss_cancel(SystemSearchEngine* engine);
 
 /* Fills `out`. With a null engine or a null `out` nothing is written. Never waits for the build.
@@ -169,8 +170,9 @@ SS_API void ss_cancel(SystemSearchEngine* engine);
 SS_API void ss_status(SystemSearchEngine* engine, EngineStatus* out);
 
 /* Returns the engine's last error as an English sentence, "" when there is none; never null.
- * SS_ENGINE_FAILED comes with the reason; SS_ENGINE_READY with a text means that the index is
- * usable but the cache file could not be written. A null engine gives "Library unavailable.".
+ * A build that failed comes with the reason; after a start that failed the text is empty or an
+ * earlier one. SS_ENGINE_READY with a text means that the index is usable but the cache file could
+ * not be written. A null engine gives "Library unavailable.".
  *
  * The text belongs to the calling thread: it stays valid until that thread calls ss_error again,
  * for any engine, or ends. When even the copy cannot be made: "Cannot read index status.". */

@@ -49,8 +49,9 @@ Reads the names of all files and folders below FOLDER, or on every local drive
 when no FOLDER is given, and says how many there are and how long that took.
 On a terminal one line shows the progress. Ctrl+C stops it cleanly.
 
-"Skipped" counts what could not be read or is not followed: folders that deny
-access, links and junctions, paths of more than 32,768 bytes.
+"Skipped" counts what could not be read or is not entered: folders that deny
+access or are a reparse point of another kind than a link or a junction, paths
+of more than 32,768 bytes. Links and junctions are indexed as files.
 
 OPTIONS
       --cache FILE   load the index from FILE when it holds one of this folder
@@ -124,7 +125,8 @@ USAGE
   system-search list FOLDER [TEXT] [OPTIONS]
 
 Reads the folder now and prints those of its files and folders that match TEXT,
-or all of them. Links and junctions to folders are left out.
+or all of them. Links (to files as well), junctions and other folders that are
+reparse points are left out.
 
 TEXT
   A plain text matches names that contain it. With "*" (any run of characters)

@@ -5,9 +5,10 @@
 /* One sentence about the index for the window's status bar. */
 const char* describe_build(SystemSearchEngine* engine, char* sentence, size_t size) {
     EngineStatus build = {SS_ENGINE_FAILED, 0, 0, 0, 0};
-    const char* error = ss_error(engine); /* this thread's, until it asks again */
+    const char* error;
 
-    ss_status(engine, &build);
+    ss_status(engine, &build); /* first: a build stores its error before its final state */
+    error = ss_error(engine);  /* this thread's, until it asks again */
     switch (build.state) {
         case SS_ENGINE_IDLE:
             snprintf(sentence, size, "Nothing is indexed.");
@@ -26,7 +27,7 @@ const char* describe_build(SystemSearchEngine* engine, char* sentence, size_t si
             snprintf(sentence, size, "Stopped after %u names", build.entries);
             break;
         default:
-            snprintf(sentence, size, "%s", error);
+            snprintf(sentence, size, "%s", error[0] ? error : "The index could not be started.");
     }
     return sentence;
 }
