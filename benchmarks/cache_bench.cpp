@@ -206,7 +206,7 @@ void check(const Corpus& corpus, Fixture& fixture) {
     const CachedIndex cached = load(fixture);
     std::size_t at = 0;
     for (const auto& shard : published_shards(*cached.index)) {
-        for (const Entry& entry : shard->entries()) {
+        for (const Entry& entry : shard->entries) {
             const CorpusEntry& wanted = corpus.entries[at++];
             require(entry.path.view() == wanted.path && entry.kind == wanted.kind, "an entry");
         }
@@ -263,7 +263,7 @@ int run(std::size_t entries) {
     fill(corpus, fixture);
     check(corpus, fixture);
     std::size_t block_bytes = 0;
-    for (const auto& shard : published_shards(fixture.index)) block_bytes += shard->block_bytes();
+    for (const auto& shard : published_shards(fixture.index)) block_bytes += shard->block_bytes;
     std::printf(
         "corpus    %zu entries from %s\ntimes     of the thread: median of %d (fastest to "
         "slowest)\nfile      %.1f MB; index %.1f MB, estimated %.1f MB\n",

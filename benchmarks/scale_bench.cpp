@@ -129,8 +129,8 @@ void print_row(std::uint32_t areas) {
     double kept = 0;
     double estimate = 0;
     for (const auto& shard : published_shards(*index)) {
-        kept += static_cast<double>(sizeof(Shard) + shard->block_bytes());
-        for (const Entry& entry : shard->entries()) {
+        kept += static_cast<double>(sizeof(Shard) + shard->block_bytes);
+        for (const Entry& entry : shard->entries) {
             estimate += static_cast<double>(memory_estimate(entry.path.size()));
         }
     }

@@ -136,7 +136,7 @@ int run(std::size_t count, std::uint32_t limit, const char* only_text) {
         shards.push_back(std::make_shared<const Shard>(batch));
         batch.clear();
         publishing_ms += thread_ms() - start;
-        kept_bytes += sizeof(Shard) + shards.back()->block_bytes();
+        kept_bytes += sizeof(Shard) + shards.back()->block_bytes;
     }
     std::printf("index     %.3f of the memory estimate, %.0f ns an entry to publish\n",
                 static_cast<double>(kept_bytes) / static_cast<double>(estimate),

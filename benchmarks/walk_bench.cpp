@@ -134,13 +134,13 @@ bool is_right(const Snapshot& snapshot, std::uint64_t entries, bool has_folders)
     if (snapshot.entry_count != entries) return false;
     std::uint64_t seen = 0;
     for (const auto& shard : snapshot.shards) {
-        for (const Entry& entry : shard->entries()) {
+        for (const Entry& entry : shard->entries) {
             if (!entry.path.view().starts_with("C:/Users/ann/")) return false;
             if (entry.folded_name().size() != entry.name().size()) return false;
             ++seen;
         }
     }
-    const Entry& first = snapshot.shards[0]->entries()[0];
+    const Entry& first = snapshot.shards[0]->entries[0];
     return seen == entries && first.path.view() == (has_folders ? "C:/Users/ann/Folder 0000"
                                                                 : "C:/Users/ann/Report 0000.txt");
 }
@@ -165,8 +165,8 @@ int run() {
                 return 1;
             }
             for (const auto& shard : snapshot.shards) {
-                kept += sizeof(Shard) + shard->block_bytes();
-                for (const Entry& entry : shard->entries()) {
+                kept += sizeof(Shard) + shard->block_bytes;
+                for (const Entry& entry : shard->entries) {
                     estimate += memory_estimate(entry.path.size());
                 }
             }

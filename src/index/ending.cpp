@@ -42,11 +42,11 @@ std::uint8_t EndingNumbers::number_of(Ending ending) {
          ++slot) {
         std::uint8_t& number = numbers_[slot % kSlots];
         if (number == 0) {
-            if (all_.size() - first_ == kMaxEndings) return 0;
+            if (all_.size() == kMaxEndings) return 0;
             all_.push_back(ending);
-            return number = static_cast<std::uint8_t>(all_.size() - first_);
+            return number = static_cast<std::uint8_t>(all_.size());
         }
-        if (all_[first_ + number - 1] == ending) return number;
+        if (all_[number - 1u] == ending) return number;
     }
 }
 

@@ -1,6 +1,6 @@
 // A name's ending: its last "." and what follows, folded, when that is 8 bytes at most.
 //
-// Most names of a segment share a few dozen endings. Holding a pattern such as "html" or "*.gz"
+// Most names of a shard share a few dozen endings. Holding a pattern such as "html" or "*.gz"
 // against those tells what most of the names need not be looked at for.
 #pragma once
 
@@ -14,7 +14,7 @@ namespace system_search {
 // The bytes of an ending from the lowest up, then zeros; 0 is no ending.
 using Ending = std::uint64_t;
 
-inline constexpr std::size_t kMaxEndings = 255;  // of a segment; further ones count as none
+inline constexpr std::size_t kMaxEndings = 255;  // of a shard; further ones count as none
 
 // Of a name as stored.
 Ending ending_of(std::string_view name) noexcept;
@@ -25,11 +25,11 @@ inline std::string_view ending_text(const Ending& ending) {
     return {reinterpret_cast<const char*>(&ending), bytes};
 }
 
-// Numbers the endings of a segment in the order in which they are met, from 1.
+// Numbers the endings of a shard in the order in which they are met, from 1.
 class EndingNumbers {
 public:
-    // Appends new endings to `all`, where this segment's begin at its present end.
-    explicit EndingNumbers(std::vector<Ending>& all) : all_(all), first_(all.size()) {}
+    // Appends them to `all`, which is empty.
+    explicit EndingNumbers(std::vector<Ending>& all) : all_(all) {}
 
     // 0 for no ending, or for one too many.
     std::uint8_t number_of(Ending ending);
@@ -38,7 +38,6 @@ private:
     static constexpr unsigned kSlotBits = 9;  // twice the endings, so that a free slot is near
 
     std::vector<Ending>& all_;
-    std::size_t first_;
     std::uint8_t numbers_[1u << kSlotBits] = {};  // a hash table; 0 is free
 };
 

@@ -1,4 +1,4 @@
-// Which pairs of neighbouring bytes the folders of a segment hold: a text with a pair that no
+// Which pairs of neighbouring bytes the folders of a shard hold: a text with a pair that no
 // folder has lies in none of them.
 #pragma once
 

@@ -26,6 +26,13 @@ public:
         return taken;
     }
 
+    template <typename T>
+    const T* copy(const std::vector<T>& from) {
+        T* const taken = take<T>(from.size());
+        std::copy(from.begin(), from.end(), taken);
+        return taken;
+    }
+
 private:
     std::byte* at_;
 };
@@ -50,9 +57,9 @@ char* store_with_length(std::string_view text, char* out) {
     return out + text.size() + 1;
 }
 
-Signature entry_signature(const Segment& segment, std::uint32_t i) {
-    const Entry& entry = segment.entries[i];
-    const std::string_view folded_name = segment.folded_name(i);
+Signature entry_signature(const Shard& shard, std::uint32_t i) {
+    const Entry& entry = shard.entries[i];
+    const std::string_view folded_name = shard.folded_name(i);
     Signature signature = name_signature(folded_name);
     const bool is_folder = entry.kind == kKindFolder;
     const bool has_upper = !equal_bytes(entry.path.c_str() + entry.name_offset, folded_name.data(),
@@ -62,14 +69,14 @@ Signature entry_signature(const Segment& segment, std::uint32_t i) {
     return signature;
 }
 
-void fill_columns(const Segment& segment, std::uint64_t* columns) {
+void fill_columns(const Shard& shard, std::uint64_t* columns) {
     constexpr unsigned kSquares = std::size(Signature().words);
     std::uint64_t squares[kSquares][64];
-    for (std::uint32_t word = 0; word < segment.words; ++word) {
+    for (std::uint32_t word = 0; word < shard.words; ++word) {
         const std::uint32_t first = word * 64;
-        const std::uint32_t rows = std::min(segment.size - first, std::uint32_t{64});
+        const std::uint32_t rows = std::min(shard.size - first, std::uint32_t{64});
         for (std::uint32_t row = 0; row < rows; ++row) {
-            const Signature signature = entry_signature(segment, first + row);
+            const Signature signature = entry_signature(shard, first + row);
             for (unsigned i = 0; i < kSquares; ++i) squares[i][row] = signature.words[i];
         }
         for (unsigned i = 0; i < kSquares; ++i) {
@@ -77,40 +84,34 @@ void fill_columns(const Segment& segment, std::uint64_t* columns) {
             transpose(squares[i]);
         }
         for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
-            columns[bit * segment.words + word] = squares[bit / 64][bit % 64];
+            columns[bit * shard.words + word] = squares[bit / 64][bit % 64];
         }
     }
 }
 
-const FolderPairs* fill_folder_pairs(const Segment& segment, FolderPairs* at) {
-    FolderPairs& pairs = *::new (at) FolderPairs{};
-    for (std::uint32_t i = 0; i < segment.run_count; ++i) {
-        const FolderRun& run = segment.runs[i];
-        pairs.add(segment.folded_folder(run), run.shared_bytes);
+void fill_folder_pairs(const Shard& shard, FolderPairs& pairs) {
+    for (std::uint32_t i = 0; i < shard.run_count; ++i) {
+        const FolderRun& run = shard.runs[i];
+        pairs.add(shard.folded_folder(run), run.shared_bytes);
     }
-    return &pairs;
 }
 
-std::uint32_t count_folders(const Segment& segment) {
+std::uint32_t count_folders(const Shard& shard) {
     std::uint32_t folders = 0;
-    for (std::uint32_t word = 0; word < segment.words; ++word) {
-        folders += static_cast<std::uint32_t>(std::popcount(segment.column(kFolderBit)[word]));
+    for (std::uint32_t word = 0; word < shard.words; ++word) {
+        folders += static_cast<std::uint32_t>(std::popcount(shard.column(kFolderBit)[word]));
     }
     return folders;
 }
 
-bool has_non_ascii_name(const Segment& segment) {
-    const std::uint64_t* const end = segment.column(kNonAsciiBits + kNonAsciiClasses);
-    return std::any_of(segment.column(kNonAsciiBits), end,
+bool has_non_ascii_name(const Shard& shard) {
+    const std::uint64_t* const end = shard.column(kNonAsciiBits + kNonAsciiClasses);
+    return std::any_of(shard.column(kNonAsciiBits), end,
                        [](std::uint64_t word) { return word != 0; });
 }
 
-const Entry* least_entry(const Segment& segment) {
-    const Entry* least = segment.entries;
-    for (std::uint32_t i = 1; i < segment.size; ++i) {
-        if (orders_before(segment.entries[i], *least)) least = &segment.entries[i];
-    }
-    return least;
+const Entry* least_entry(std::span<const Entry> entries) {
+    return &*std::min_element(entries.begin(), entries.end(), orders_before);
 }
 
 }  // namespace
@@ -118,31 +119,32 @@ const Entry* least_entry(const Segment& segment) {
 Shard::Shard(const Batch& batch) {
     const ShardPlan plan(batch);
     const std::size_t count = batch.size();
-    block_bytes_ = count * sizeof(Entry) + plan.segments.size() * sizeof(Segment) +
-                   plan.segments.size() * sizeof(FolderPairs) +
-                   plan.column_words * sizeof(std::uint64_t) +
-                   plan.endings.size() * sizeof(Ending) + (count + 1) * sizeof(std::uint32_t) +
-                   plan.runs.size() * sizeof(FolderRun) + plan.names_bytes + plan.folders_bytes +
-                   plan.paths_bytes + count + kTextPadding;
-    block_ = std::make_unique_for_overwrite<std::byte[]>(block_bytes_);
+    size = static_cast<std::uint32_t>(count);
+    words = (size + 63) / 64;
+    run_count = static_cast<std::uint32_t>(plan.runs.size() - 1);
+    ending_count = static_cast<std::uint32_t>(plan.endings.size());
+    const std::size_t column_words = std::size_t{kSignatureBits} * words;
+
+    block_bytes = count * sizeof(Entry) + sizeof(FolderPairs) +
+                  column_words * sizeof(std::uint64_t) + plan.endings.size() * sizeof(Ending) +
+                  (count + 1) * sizeof(std::uint32_t) + plan.runs.size() * sizeof(FolderRun) +
+                  plan.names_bytes + plan.folders_bytes + plan.paths_bytes + count + kTextPadding;
+    block_ = std::make_unique_for_overwrite<std::byte[]>(block_bytes);
 
     Cursor cursor(block_.get());
-    auto* const entries = cursor.take<Entry>(count);
-    auto* const segments = cursor.take<Segment>(plan.segments.size());
-    auto* const folder_pairs = cursor.take<FolderPairs>(plan.segments.size());
-    auto* columns = cursor.take<std::uint64_t>(plan.column_words);
-    auto* const endings = cursor.take<Ending>(plan.endings.size());
-    auto* const name_starts = cursor.take<std::uint32_t>(count + 1);
-    auto* const runs = cursor.take<FolderRun>(plan.runs.size());
-    char* const names = cursor.take<char>(plan.names_bytes);
+    auto* const all_entries = cursor.take<Entry>(count);
+    auto* const pairs = cursor.take<FolderPairs>(1);
+    auto* const all_columns = cursor.take<std::uint64_t>(column_words);
+    endings = cursor.copy(plan.endings);
+    auto* const starts = cursor.take<std::uint32_t>(count + 1);
+    runs = cursor.copy(plan.runs);
+    char* const all_names = cursor.take<char>(plan.names_bytes);
     char* folder = cursor.take<char>(plan.folders_bytes);
     char* path_out = cursor.take<char>(plan.paths_bytes);
-    auto* const ending_numbers = cursor.take<std::uint8_t>(count);
+    ending_numbers = cursor.copy(plan.ending_numbers);
     std::memset(cursor.take<char>(kTextPadding), 0, kTextPadding);
 
-    std::copy(plan.runs.begin(), plan.runs.end(), runs);
-    std::copy(plan.endings.begin(), plan.endings.end(), endings);
-    std::copy(plan.ending_numbers.begin(), plan.ending_numbers.end(), ending_numbers);
+    folder_texts = {folder, plan.folders_bytes};
     std::vector<const char*> folded_folders(plan.folders.size());
     for (std::size_t i = 0; i < folded_folders.size(); ++i) {
         folder = store_length(plan.folders[i].text, folder);
@@ -150,46 +152,31 @@ Shard::Shard(const Batch& batch) {
         folder = store_folded(plan.folders[i].text, folder);
     }
 
-    char* name = names;
+    char* name = all_names;
     for (std::size_t i = 0; i < count; ++i) {
         const Batch::Record& record = batch.records()[i];
         const ShardPlan::EntryPlan& planned = plan.entries[i];
         const std::string_view path = batch.path(record);
-        name_starts[i] = static_cast<std::uint32_t>(name - names);
-        ::new (&entries[i]) Entry{StoredText(path_out + kLengthBytes),
-                                  {folded_folders[planned.folder], name},
-                                  planned.name_offset,
-                                  record.kind};
+        starts[i] = static_cast<std::uint32_t>(name - all_names);
+        ::new (&all_entries[i]) Entry{StoredText(path_out + kLengthBytes),
+                                      {folded_folders[planned.folder], name},
+                                      planned.name_offset,
+                                      record.kind};
         name = store_folded(path.substr(planned.name_offset), name);
         path_out = store_with_length(path, path_out);
     }
-    name_starts[count] = static_cast<std::uint32_t>(name - names);
+    starts[count] = static_cast<std::uint32_t>(name - all_names);
 
-    for (std::size_t i = 0; i < plan.segments.size(); ++i) {
-        const ShardPlan::SegmentPlan& planned = plan.segments[i];
-        Segment& segment = *::new (&segments[i]) Segment{};
-        segment.entries = entries + planned.first_entry;
-        segment.size = static_cast<std::uint32_t>(planned.size);
-        segment.words = static_cast<std::uint32_t>(planned.words);
-        segment.columns = columns;
-        segment.runs = runs + planned.first_run;
-        segment.run_count = static_cast<std::uint32_t>(planned.run_count);
-        segment.name_starts = name_starts + planned.first_entry;
-        segment.names = names;
-        segment.folder_texts = {folded_folders[planned.first_folder] - kLengthBytes,
-                                planned.folders_bytes};
-        fill_columns(segment, columns);
-        columns += planned.words * kSignatureBits;
-        segment.folder_pairs = fill_folder_pairs(segment, folder_pairs + i);
-        segment.endings = endings + planned.first_ending;
-        segment.ending_numbers = ending_numbers + planned.first_entry;
-        segment.ending_count = static_cast<std::uint32_t>(planned.ending_count);
-        segment.folders = count_folders(segment);
-        segment.has_non_ascii = has_non_ascii_name(segment);
-        segment.least = least_entry(segment);
-    }
-    entries_ = {entries, count};
-    segments_ = {segments, plan.segments.size()};
+    entries = {all_entries, count};
+    name_starts = starts;
+    names = all_names;
+    least = least_entry(entries);
+    fill_columns(*this, all_columns);
+    columns = all_columns;
+    folders = count_folders(*this);
+    has_non_ascii = has_non_ascii_name(*this);
+    fill_folder_pairs(*this, *::new (pairs) FolderPairs{});
+    folder_pairs = pairs;
 }
 
 void Batch::add(std::string_view folder, std::string_view name, std::uint32_t kind) {

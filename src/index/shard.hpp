@@ -1,21 +1,19 @@
-// A shard: entries and their texts, never changed once built.
+// A shard: at most 1024 neighbouring entries and their texts, never changed once built.
 //
 // Producers collect paths in a Batch, which belongs to one thread. Building a shard copies them
 // into one exactly sized block and derives all that makes a scan cheap, once, so that no query
-// prepares anything per entry. A scan's unit is the segment, 1024 neighbouring entries: an index's
-// shard is one segment, the one shard of a folder listing may be many.
+// prepares anything per entry.
 //
 // The block, in this order:
 //
 //   entries      Entry[n]
-//   segments     Segment[(n + 1023) / 1024]
-//   folder pairs per segment: which pairs of bytes its folders hold
-//   columns      per segment: its names' signatures, one bitmap per signature bit
-//   endings      per segment: the different endings of its names
+//   folder pairs which pairs of bytes the folders hold
+//   columns      the names' signatures, one bitmap per signature bit
+//   endings      the different endings of the names
 //   name starts  uint32[n + 1], positions in `names`
-//   runs         per segment: FolderRun[runs + 1], neighbours that share a folder
+//   runs         FolderRun[runs + 1], neighbours that share a folder
 //   names        the folded names, each closed by a NUL, in entry order
-//   folders      per segment: length, folded folder, NUL; each shared by all its entries
+//   folders      length, folded folder, NUL; each shared by all its entries
 //   paths        per entry: length, path, NUL
 //   ending numbers  uint8[n], per entry
 //   padding      so that vectors may be loaded from any byte of any text
@@ -38,41 +36,25 @@
 namespace system_search {
 
 inline constexpr std::size_t kShardEntries = 1024;
-inline constexpr std::size_t kSegmentEntries = 1024;
 // Readable bytes behind every text of a shard.
 inline constexpr std::size_t kTextPadding = 32;
 
 class Batch;
 
-// Neighbouring entries of a segment whose stored folders (the path before the name) are equal.
+// Neighbouring entries whose stored folders (the path before the name) are equal.
 struct FolderRun {
-    std::uint32_t folder_start;  // into the segment's folder texts
-    std::uint16_t first;         // its first entry, counted within the segment
+    std::uint32_t folder_start;  // into the folder texts
+    std::uint16_t first;         // its first entry
     // How much of the folder is the same as in the run before: whole components, so that it ends
-    // behind a "/". 0 in a segment's first run.
+    // behind a "/". 0 in the first run.
     std::uint16_t shared_bytes;
 };
 
-struct Segment {
-    const Entry* entries;
-    std::uint32_t size;   // 1 to kSegmentEntries
-    std::uint32_t words;  // the 64-bit words of a bitmap with one bit per entry
-
-    const std::uint64_t* columns;  // kSignatureBits bitmaps of `words` words each
-    const FolderPairs* folder_pairs;
-    const FolderRun* runs;  // `run_count` of them, and one more whose `first` is `size`
-    std::uint32_t run_count;
-    std::uint32_t folders;  // how many entries are folders
-    bool has_non_ascii;     // a name holds other bytes than ASCII
-
-    const std::uint32_t* name_starts;  // into `names`; one more closes the last
-    const char* names;                 // the whole shard's
-    std::string_view folder_texts;     // every folder of the runs once, and the lengths
-    const Entry* least;                // the first in result order
-
-    const Ending* endings;               // `ending_count` of them
-    const std::uint8_t* ending_numbers;  // per entry: 1 is the first of `endings`, 0 is none
-    std::uint32_t ending_count;
+struct Shard {
+    // Of 1 to kShardEntries entries. Throws std::bad_alloc.
+    explicit Shard(const Batch& batch);
+    Shard(const Shard&) = delete;
+    Shard& operator=(const Shard&) = delete;
 
     const std::uint64_t* column(unsigned signature_bit) const {
         return columns + std::size_t{signature_bit} * words;
@@ -83,24 +65,31 @@ struct Segment {
     std::string_view folded_folder(const FolderRun& run) const {
         return StoredText(folder_texts.data() + run.folder_start).view();
     }
-};
 
-class Shard {
-public:
-    explicit Shard(const Batch& batch);
-    Shard(const Shard&) = delete;
-    Shard& operator=(const Shard&) = delete;
+    std::span<const Entry> entries;
+    std::uint32_t size;   // how many entries
+    std::uint32_t words;  // the 64-bit words of a bitmap with one bit per entry
 
-    std::size_t size() const { return entries_.size(); }
-    std::span<const Entry> entries() const { return entries_; }
-    std::span<const Segment> segments() const { return segments_; }
-    std::size_t block_bytes() const { return block_bytes_; }
+    const std::uint64_t* columns;  // kSignatureBits bitmaps of `words` words each
+    const FolderPairs* folder_pairs;
+    const FolderRun* runs;  // `run_count` of them, and one more whose `first` is `size`
+    std::uint32_t run_count;
+    std::uint32_t folders;  // how many entries are folders
+    bool has_non_ascii;     // a name holds other bytes than ASCII
+
+    const std::uint32_t* name_starts;  // into `names`; one more closes the last
+    const char* names;
+    std::string_view folder_texts;  // every folder of the runs once, and the lengths
+    const Entry* least;             // the first in result order
+
+    const Ending* endings;               // `ending_count` of them
+    const std::uint8_t* ending_numbers;  // per entry: 1 is the first of `endings`, 0 is none
+    std::uint32_t ending_count;
+
+    std::size_t block_bytes;
 
 private:
     std::unique_ptr<std::byte[]> block_;
-    std::size_t block_bytes_ = 0;
-    std::span<const Entry> entries_;
-    std::span<const Segment> segments_;
 };
 
 // The entries not yet published, in the order in which they were found. Its memory is kept from

@@ -61,23 +61,10 @@ private:
 }  // namespace
 
 ShardPlan::ShardPlan(const Batch& batch) : entries(batch.size()), ending_numbers(batch.size()) {
-    for (std::size_t first = 0; first < batch.size(); first += kSegmentEntries) {
-        add_segment(batch, first, std::min(kSegmentEntries, batch.size() - first));
-    }
-}
-
-void ShardPlan::add_segment(const Batch& batch, std::size_t first, std::size_t size) {
-    SegmentPlan segment{};
-    segment.first_entry = first;
-    segment.size = size;
-    segment.first_folder = folders.size();
-    segment.first_run = runs.size();
-    segment.first_ending = endings.size();
-
     OpenFolders open(folders);
     EndingNumbers ending_number(endings);
     std::string_view run_folder;
-    for (std::size_t i = first; i < first + size; ++i) {
+    for (std::size_t i = 0; i < batch.size(); ++i) {
         const std::string_view path = batch.path(batch.records()[i]);
         EntryPlan& entry = entries[i];
         entry.name_offset = name_offset(path);
@@ -86,24 +73,17 @@ void ShardPlan::add_segment(const Batch& batch, std::size_t first, std::size_t s
         ending_numbers[i] = ending_number.number_of(ending_of(path.substr(entry.name_offset)));
 
         const std::string_view folder = path.substr(0, entry.name_offset);
-        if (i != first && equal_bytes(folder, run_folder)) {
+        if (i != 0 && equal_bytes(folder, run_folder)) {
             entry.folder = entries[i - 1].folder;
             continue;
         }
         entry.folder = open.number_of(folder);
-        runs.push_back({folders[entry.folder].start, static_cast<std::uint16_t>(i - first),
+        runs.push_back({folders[entry.folder].start, static_cast<std::uint16_t>(i),
                         shared_bytes(run_folder, folder)});
         run_folder = folder;
     }
-    segment.run_count = runs.size() - segment.first_run;
-    runs.push_back({0, static_cast<std::uint16_t>(size), 0});
-
-    segment.folders_bytes = open.bytes();
-    folders_bytes += segment.folders_bytes;
-    segment.ending_count = endings.size() - segment.first_ending;
-    segment.words = (size + 63) / 64;
-    column_words += segment.words * kSignatureBits;
-    segments.push_back(segment);
+    runs.push_back({0, static_cast<std::uint16_t>(batch.size()), 0});
+    folders_bytes = open.bytes();
 }
 
 }  // namespace system_search

@@ -17,35 +17,18 @@ struct ShardPlan {
     };
     struct Folder {
         std::string_view text;  // as stored, in the batch
-        std::uint32_t start;    // into the segment's folder texts
+        std::uint32_t start;    // into the shard's folder texts
     };
-    struct SegmentPlan {
-        std::size_t first_entry;
-        std::size_t size;
-        std::size_t first_folder;
-        std::size_t folders_bytes;
-        std::size_t first_run;
-        std::size_t run_count;
-        std::size_t words;
-        std::size_t first_ending;
-        std::size_t ending_count;
-    };
-
     explicit ShardPlan(const Batch& batch);
 
     std::vector<EntryPlan> entries;
     std::vector<Folder> folders;
-    std::vector<FolderRun> runs;  // those that close a segment included
+    std::vector<FolderRun> runs;  // the one that closes them included
     std::vector<Ending> endings;
     std::vector<std::uint8_t> ending_numbers;
-    std::vector<SegmentPlan> segments;
-    std::size_t column_words = 0;
     std::size_t names_bytes = 0;
     std::size_t folders_bytes = 0;
     std::size_t paths_bytes = 0;
-
-private:
-    void add_segment(const Batch& batch, std::size_t first, std::size_t size);
 };
 
 // What a StoredText takes in the block: its length, its bytes, its NUL.

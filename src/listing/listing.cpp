@@ -1,6 +1,7 @@
 #include "listing/listing.hpp"
 
 #include <string_view>
+#include <utility>
 
 #include "common/guard.hpp"
 #include "common/path.hpp"
@@ -36,7 +37,8 @@ public:
         }
         if (error != platform::kSuccess && error != platform::kNoMoreFiles) return SS_QUERY_FAILED;
 
-        query_.shards.push_back(std::make_shared<const Shard>(batch_));
+        add_shard();
+        query_.shards = std::move(shards_);
         return SS_QUERY_RUNNING;
     }
 
@@ -92,10 +94,19 @@ private:
         // Raised after the child was kept and tested before the next one: the last child may go
         // beyond the limit.
         estimate_ += memory_estimate(path_bytes);
+        // A shard at a time, because a destroyed query waits for no more than that.
+        if (batch_.size() == kShardEntries) add_shard();
+    }
+
+    void add_shard() {
+        if (batch_.empty()) return;
+        shards_.push_back(std::make_shared<const Shard>(batch_));
+        batch_.clear();
     }
 
     Query& query_;
-    Batch batch_;
+    ShardList shards_;
+    Batch batch_;                 // the children that no shard holds yet
     std::uint64_t estimate_ = 0;  // memory estimate of the children kept, in bytes
     std::u16string wide_path_;    // the folder, as the host gave it
     std::size_t folder_units_ = 0;

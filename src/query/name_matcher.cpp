@@ -14,7 +14,7 @@ PartSearch::PartSearch(const Pattern& pattern) : masks_(pattern.parts) {
 }
 
 NameMatcher::NameMatcher(const Pattern& pattern, const std::atomic<bool>& cancel)
-    : pattern_(pattern), parts_(pattern), wildcard_(pattern.text, cancel) {
+    : pattern_(pattern), cancel_(cancel), parts_(pattern), wildcard_(pattern.text, cancel) {
     // The literal bytes between wildcards; a text without wildcards lies anywhere.
     const std::string_view text = pattern.text;
     const bool anywhere = text.find_first_of("*?") == std::string_view::npos;
@@ -54,39 +54,38 @@ void NameMatcher::require_dots() {
                    head.ends_with('.') && head.find_first_not_of("?.") == std::string_view::npos;
 }
 
-void NameMatcher::match(const Segment& segment, EntryBits& bits) const {
+void NameMatcher::match(const Shard& shard, EntryBits& bits) const {
     if (pattern_.text.find('/') != std::string::npos) {  // which no name holds
-        std::fill_n(bits, segment.words, 0);
+        std::fill_n(bits, shard.words, 0);
         return;
     }
-    if (!filter_.apply(segment, bits) || filter_decides_) return;
+    if (!filter_.apply(shard, bits) || filter_decides_) return;
 
     EntryBits known;
-    if (!known_matches(segment, bits, known)) {
-        keep_matches(segment, bits);
+    if (!known_matches(shard, bits, known)) {
+        keep_matches(shard, bits);
         return;
     }
-    for (std::uint32_t word = 0; word < segment.words; ++word) bits[word] &= ~known[word];
-    keep_matches(segment, bits);
-    for (std::uint32_t word = 0; word < segment.words; ++word) bits[word] |= known[word];
+    for (std::uint32_t word = 0; word < shard.words; ++word) bits[word] &= ~known[word];
+    keep_matches(shard, bits);
+    for (std::uint32_t word = 0; word < shard.words; ++word) bits[word] |= known[word];
 }
 
 // Sets `known` to those of the entries of `bits` that match, as far as that is known without a look
 // at their names. False when asking is not worth it.
-bool NameMatcher::known_matches(const Segment& segment, const EntryBits& bits,
-                                EntryBits& known) const {
+bool NameMatcher::known_matches(const Shard& shard, const EntryBits& bits, EntryBits& known) const {
     if (dots_decide_) {
-        non_ascii_names(segment, known);
-        for (std::uint32_t word = 0; word < segment.words; ++word) {
+        non_ascii_names(shard, known);
+        for (std::uint32_t word = 0; word < shard.words; ++word) {
             known[word] = bits[word] & ~known[word];
         }
         return true;
     }
     constexpr std::uint32_t kFewEntries = 32;
-    if (!endings_tell_ || count_bits(segment, bits) <= kFewEntries) return false;
-    names_with_endings(segment, known);
-    const std::uint64_t* const upper = segment.column(kUpperNameBit);
-    for (std::uint32_t word = 0; word < segment.words; ++word) {
+    if (!endings_tell_ || count_bits(shard, bits) <= kFewEntries) return false;
+    names_with_endings(shard, known);
+    const std::uint64_t* const upper = shard.column(kUpperNameBit);
+    for (std::uint32_t word = 0; word < shard.words; ++word) {
         known[word] &= bits[word];
         if (pattern_.match_case) known[word] &= ~upper[word];  // endings are folded
     }
@@ -94,18 +93,18 @@ bool NameMatcher::known_matches(const Segment& segment, const EntryBits& bits,
 }
 
 // The entries whose endings match by themselves.
-void NameMatcher::names_with_endings(const Segment& segment, EntryBits& names) const {
-    std::fill_n(names, segment.words, 0);
-    for (std::uint32_t i = 0; i < segment.ending_count; ++i) {
-        const std::string_view ending = ending_text(segment.endings[i]);
+void NameMatcher::names_with_endings(const Shard& shard, EntryBits& names) const {
+    std::fill_n(names, shard.words, 0);
+    for (std::uint32_t i = 0; i < shard.ending_count; ++i) {
+        const std::string_view ending = ending_text(shard.endings[i]);
         const bool matches =
             shape_ == Shape::kPart ? parts_[0].in(ending) : ending.ends_with(pattern_.suffix);
         if (!matches) continue;
         const __m128i number = _mm_set1_epi8(static_cast<char>(i + 1));
-        for (std::uint32_t entry = 0; entry < segment.size; entry += 16) {
+        for (std::uint32_t entry = 0; entry < shard.size; entry += 16) {
             static_assert(kTextPadding >= 16);
             const __m128i numbers =
-                _mm_loadu_si128(reinterpret_cast<const __m128i*>(segment.ending_numbers + entry));
+                _mm_loadu_si128(reinterpret_cast<const __m128i*>(shard.ending_numbers + entry));
             const auto equal =
                 static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(numbers, number)));
             names[entry / 64] |= std::uint64_t{equal} << entry % 64;
@@ -113,23 +112,24 @@ void NameMatcher::names_with_endings(const Segment& segment, EntryBits& names) c
     }
 }
 
-void NameMatcher::keep_matches(const Segment& segment, EntryBits& bits) const {
-    const auto name = [&](std::uint32_t entry) { return subject_name(pattern_, segment, entry); };
+void NameMatcher::keep_matches(const Shard& shard, EntryBits& bits) const {
+    const auto name = [&](std::uint32_t entry) { return subject_name(pattern_, shard, entry); };
     switch (shape_) {
         case Shape::kRule:
-            keep_names_if(segment, bits,
+            keep_names_if(shard, bits, cancel_,
                           [&](std::uint32_t i) { return wildcard_.matches(name(i)); });
             break;
         case Shape::kPart:
-            keep_names_if(segment, bits, [&](std::uint32_t i) { return parts_[0].in(name(i)); });
+            keep_names_if(shard, bits, cancel_,
+                          [&](std::uint32_t i) { return parts_[0].in(name(i)); });
             break;
         case Shape::kInnerParts:
-            keep_names_if(segment, bits,
+            keep_names_if(shard, bits, cancel_,
                           [&](std::uint32_t i) { return parts_.in_order(name(i), 0); });
             break;
         case Shape::kSuffix:
         case Shape::kParts:
-            keep_names_if(segment, bits, [&](std::uint32_t i) {
+            keep_names_if(shard, bits, cancel_, [&](std::uint32_t i) {
                 return parts_.matches(name(i), pattern_.prefix, 0, pattern_.suffix);
             });
             break;

@@ -1,4 +1,4 @@
-// Holds names against a pattern's parts, and keeps the names of a segment that match a pattern.
+// Holds names against a pattern's parts, and keeps the names of a shard that match a pattern.
 #pragma once
 
 #include <atomic>
@@ -18,12 +18,12 @@
 namespace system_search {
 
 // The name of an entry as the pattern sees it: as stored, or folded.
-inline std::string_view subject_name(const Pattern& pattern, const Segment& segment,
+inline std::string_view subject_name(const Pattern& pattern, const Shard& shard,
                                      std::uint32_t entry) {
-    if (pattern.match_case && test_bit(segment.column(kUpperNameBit), entry)) {
-        return segment.entries[entry].name();
+    if (pattern.match_case && test_bit(shard.column(kUpperNameBit), entry)) {
+        return shard.entries[entry].name();
     }
-    return segment.folded_name(entry);
+    return shard.folded_name(entry);
 }
 
 // Searches for a pattern's parts.
@@ -65,10 +65,11 @@ public:
     // The pattern outlives this.
     NameMatcher(const Pattern& pattern, const std::atomic<bool>& cancel);
 
-    void prefetch(const Segment& segment) const { filter_.prefetch(segment); }
+    void prefetch(const Shard& shard) const { filter_.prefetch(shard); }
 
-    // Clears the bits of entries whose names do not match.
-    void match(const Segment& segment, EntryBits& bits) const;
+    // Clears the bits of entries whose names do not match. Stops when cancelled: the bits then mean
+    // nothing.
+    void match(const Shard& shard, EntryBits& bits) const;
 
 private:
     enum class Shape {
@@ -81,11 +82,12 @@ private:
     static Shape shape_of(const Pattern& pattern);
 
     void require_dots();
-    bool known_matches(const Segment& segment, const EntryBits& bits, EntryBits& known) const;
-    void names_with_endings(const Segment& segment, EntryBits& names) const;
-    void keep_matches(const Segment& segment, EntryBits& bits) const;
+    bool known_matches(const Shard& shard, const EntryBits& bits, EntryBits& known) const;
+    void names_with_endings(const Shard& shard, EntryBits& names) const;
+    void keep_matches(const Shard& shard, EntryBits& bits) const;
 
     const Pattern& pattern_;
+    const std::atomic<bool>& cancel_;
     PartSearch parts_;
     Wildcard wildcard_;
     SignatureFilter filter_;

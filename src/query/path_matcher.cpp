@@ -34,13 +34,16 @@ std::string_view longest_component(std::string_view text) {
 }  // namespace
 
 PathMatcher::PathMatcher(const Pattern& pattern, const std::atomic<bool>& cancel)
-    : pattern_(pattern), parts_(pattern), wildcard_(pattern.text, cancel) {
+    : pattern_(pattern), cancel_(cancel), parts_(pattern), wildcard_(pattern.text, cancel) {
     for (std::size_t i = 0; i <= pattern.parts.size(); ++i) rests_.push_back(rest_after(i));
     prefix_rest_ = rest_in_prefix();
     if (pattern.prefix.empty() && !pattern.parts.empty()) {
         component_ = longest_component(pattern.parts[0]);
         fold_into(component_, component_.data());
-        if (!component_.empty()) component_search_.emplace(component_);
+        // All folders of a shard are searched in one go, which nothing interrupts.
+        constexpr std::size_t kLongestName = 255;
+        const bool usual = !component_.empty() && component_.size() <= kLongestName;
+        if (usual) component_search_.emplace(component_);
     }
 }
 
@@ -85,34 +88,34 @@ void PathMatcher::require_names(Rest& rest) const {
     rest.filter.require(rest.end, /*begins=*/rest.whole, /*ends=*/true);
 }
 
-// ---- Segments -----------------------------------------------------------------------------------
+// ---- Shards -----------------------------------------------------------------------------------
 
-void PathMatcher::match(const Segment& segment, EntryBits& bits) {
+void PathMatcher::match(const Shard& shard, EntryBits& bits) {
     if (pattern_.needs_rule) {
-        match_by_rule(segment, bits);
+        match_by_rule(shard, bits);
         return;
     }
     EntryBits candidates;
-    std::copy_n(bits, segment.words, candidates);
+    std::copy_n(bits, shard.words, candidates);
     candidates_ = &candidates;
     for (Rest& rest : rests_) rest.applied = false;
     prefix_rest_.applied = false;
 
-    if (no_folder_holds_the_first_part(segment)) {
-        keep_names(segment, 0, segment.size, rests_[0], bits);
+    if (no_folder_holds_the_first_part(shard)) {
+        keep_names(shard, 0, shard.size, rests_[0], bits);
         return;
     }
     part_ends_.clear();
     const bool skips_folders = pattern_.match_case && rests_[0].folder_end.empty();
-    for (std::uint32_t i = 0; i < segment.run_count; ++i) {
-        const FolderRun& run = segment.runs[i];
-        const std::uint32_t end = segment.runs[i + 1].first;
-        Rest* const rest = skips_folders && lacks_the_first_part(segment, run)
+    for (std::uint32_t i = 0; i < shard.run_count && !cancel_; ++i) {
+        const FolderRun& run = shard.runs[i];
+        const std::uint32_t end = shard.runs[i + 1].first;
+        Rest* const rest = skips_folders && lacks_the_first_part(shard, run)
                                ? &rests_[0]
-                               : match_folder(subject_folder(segment, run), run.shared_bytes);
+                               : match_folder(subject_folder(shard, run), run.shared_bytes);
         if (rest == &nothing_) continue;
         if (rest != nullptr) {
-            keep_names(segment, run.first, end, *rest, bits);
+            keep_names(shard, run.first, end, *rest, bits);
         } else {
             for_words(run.first, end,
                       [&](std::uint32_t word, std::uint64_t mask) { bits[word] &= ~mask; });
@@ -120,38 +123,38 @@ void PathMatcher::match(const Segment& segment, EntryBits& bits) {
     }
 }
 
-std::string_view PathMatcher::subject_folder(const Segment& segment, const FolderRun& run) const {
-    const std::string_view folded = segment.folded_folder(run);
+std::string_view PathMatcher::subject_folder(const Shard& shard, const FolderRun& run) const {
+    const std::string_view folded = shard.folded_folder(run);
     if (!pattern_.match_case) return folded;
-    return {segment.entries[run.first].path.c_str(), folded.size()};
+    return {shard.entries[run.first].path.c_str(), folded.size()};
 }
 
-bool PathMatcher::no_folder_holds_the_first_part(const Segment& segment) const {
+bool PathMatcher::no_folder_holds_the_first_part(const Shard& shard) const {
     if (!component_search_) return false;
     for (std::size_t i = 1; i < component_.size(); ++i) {
-        if (!segment.folder_pairs->has(component_[i - 1], component_[i])) return true;
+        if (!shard.folder_pairs->has(component_[i - 1], component_[i])) return true;
     }
-    return !component_search_->in(segment.folder_texts);
+    return !component_search_->in(shard.folder_texts);
 }
 
 // Whether the folder is seen not to hold the first part by its folded text alone. Its stored text
 // lies with the paths, which is far away.
-bool PathMatcher::lacks_the_first_part(const Segment& segment, const FolderRun& run) {
+bool PathMatcher::lacks_the_first_part(const Shard& shard, const FolderRun& run) {
     if (!component_search_) return false;
     while (!part_ends_.empty() && part_ends_.back() > run.shared_bytes) part_ends_.pop_back();
     if (!part_ends_.empty()) return false;
-    const std::string_view folder = segment.folded_folder(run);
+    const std::string_view folder = shard.folded_folder(run);
     const std::size_t known =
         run.shared_bytes - std::min<std::size_t>(run.shared_bytes, component_.size() - 1);
     return !component_search_->in(folder.substr(known));
 }
 
-void PathMatcher::prefetch(const Segment& segment) const {
+void PathMatcher::prefetch(const Shard& shard) const {
     if (component_search_ && component_.size() > 1) {
-        prefetch_bytes(segment.folder_pairs->word_of(component_[0]), sizeof(std::uint64_t));
-        prefetch_bytes(segment.folder_pairs->word_of(component_[1]), sizeof(std::uint64_t));
+        prefetch_bytes(shard.folder_pairs->word_of(component_[0]), sizeof(std::uint64_t));
+        prefetch_bytes(shard.folder_pairs->word_of(component_[1]), sizeof(std::uint64_t));
     }
-    rests_[0].filter.prefetch(segment);
+    rests_[0].filter.prefetch(shard);
 }
 
 // Matches the parts as far to the left as they go, as far as they go. Returns what is left for the
@@ -190,13 +193,13 @@ PathMatcher::Rest* PathMatcher::match_folder(std::string_view folder, std::size_
 }
 
 // Keeps those of the entries from `first` to `end` whose names are what is left.
-void PathMatcher::keep_names(const Segment& segment, std::uint32_t first, std::uint32_t end,
-                             Rest& rest, EntryBits& bits) {
+void PathMatcher::keep_names(const Shard& shard, std::uint32_t first, std::uint32_t end, Rest& rest,
+                             EntryBits& bits) {
     if (!rest.applied) {
         rest.applied = true;
-        std::copy_n(*candidates_, segment.words, rest.names);
-        if (!rest.possible || !rest.filter.apply(segment, rest.names)) {
-            std::fill_n(rest.names, segment.words, 0);
+        std::copy_n(*candidates_, shard.words, rest.names);
+        if (!rest.possible || !rest.filter.apply(shard, rest.names)) {
+            std::fill_n(rest.names, shard.words, 0);
         }
     }
     for_words(first, end, [&](std::uint32_t word, std::uint64_t mask) {
@@ -204,28 +207,28 @@ void PathMatcher::keep_names(const Segment& segment, std::uint32_t first, std::u
     });
     // Where folders were not looked at, this is the time.
     const bool check_folder = &rest == &rests_[0] && !rest.folder_end.empty();
-    keep_if(bits, first, end, [&](std::uint32_t i) {
-        const std::string_view name = subject_name(pattern_, segment, i);
+    keep_if(bits, first, end, cancel_, [&](std::uint32_t i) {
+        const std::string_view name = subject_name(pattern_, shard, i);
         if (rest.whole && name.size() != rest.end.size()) return false;
         if (!parts_.matches(name, rest.begin, rest.part, rest.end)) return false;
         if (!check_folder) return true;
-        const Entry& entry = segment.entries[i];
+        const Entry& entry = shard.entries[i];
         return (pattern_.match_case ? entry.path.view().substr(0, entry.name_offset)
                                     : entry.folded_folder())
             .ends_with(rest.folder_end);
     });
 }
 
-void PathMatcher::match_by_rule(const Segment& segment, EntryBits& bits) {
-    for (std::uint32_t i = 0; i < segment.run_count; ++i) {
-        const std::uint32_t first = segment.runs[i].first;
-        const std::uint32_t end = segment.runs[i + 1].first;
+void PathMatcher::match_by_rule(const Shard& shard, EntryBits& bits) {
+    for (std::uint32_t i = 0; i < shard.run_count && !cancel_; ++i) {
+        const std::uint32_t first = shard.runs[i].first;
+        const std::uint32_t end = shard.runs[i + 1].first;
         std::uint64_t any = 0;
         for_words(first, end,
                   [&](std::uint32_t word, std::uint64_t mask) { any |= bits[word] & mask; });
         if (any == 0) continue;
 
-        path_ = subject_folder(segment, segment.runs[i]);
+        path_ = subject_folder(shard, shard.runs[i]);
         const std::size_t folder_bytes = path_.size();
         Wildcard::State state;
         auto outcome = Wildcard::Outcome::kOpen;
@@ -233,10 +236,10 @@ void PathMatcher::match_by_rule(const Segment& segment, EntryBits& bits) {
             outcome = wildcard_.advance(path_, folder_bytes - 1, state);
         }
         if (outcome == Wildcard::Outcome::kAccepted) continue;
-        keep_if(bits, first, end, [&](std::uint32_t entry) {
+        keep_if(bits, first, end, cancel_, [&](std::uint32_t entry) {
             if (outcome == Wildcard::Outcome::kRejected) return false;
             path_.resize(folder_bytes);
-            path_ += subject_name(pattern_, segment, entry);
+            path_ += subject_name(pattern_, shard, entry);
             return wildcard_.finish(path_, state);
         });
     }

@@ -1,4 +1,4 @@
-// Keeps the entries of a segment whose whole paths match a pattern.
+// Keeps the entries of a shard whose whole paths match a pattern.
 //
 // Entries of one folder begin alike. So the pattern is held against each folder once, and against
 // the names of that folder only from where the folder left off; what is left for the names to hold
@@ -26,10 +26,11 @@ public:
     // The pattern outlives this.
     PathMatcher(const Pattern& pattern, const std::atomic<bool>& cancel);
 
-    void prefetch(const Segment& segment) const;
+    void prefetch(const Shard& shard) const;
 
-    // Clears the bits of entries whose paths do not match. One thread at a time.
-    void match(const Segment& segment, EntryBits& bits);
+    // Clears the bits of entries whose paths do not match. One thread at a time. Stops when
+    // cancelled: the bits then mean nothing.
+    void match(const Shard& shard, EntryBits& bits);
 
 private:
     // What the names of a folder have to be, once the folder has taken its share of the pattern.
@@ -44,23 +45,24 @@ private:
         bool whole = false;  // `end` is the whole name
         SignatureFilter filter;
 
-        EntryBits names;  // of the segment in hand: those that pass the filter
+        EntryBits names;  // of the shard in hand: those that pass the filter
         bool applied = false;
     };
 
     Rest rest_after(std::size_t parts) const;
     Rest rest_in_prefix() const;
     void require_names(Rest& rest) const;
-    std::string_view subject_folder(const Segment& segment, const FolderRun& run) const;
+    std::string_view subject_folder(const Shard& shard, const FolderRun& run) const;
 
-    bool no_folder_holds_the_first_part(const Segment& segment) const;
-    bool lacks_the_first_part(const Segment& segment, const FolderRun& run);
+    bool no_folder_holds_the_first_part(const Shard& shard) const;
+    bool lacks_the_first_part(const Shard& shard, const FolderRun& run);
     Rest* match_folder(std::string_view folder, std::size_t shared_bytes);
-    void keep_names(const Segment& segment, std::uint32_t first, std::uint32_t end, Rest& rest,
+    void keep_names(const Shard& shard, std::uint32_t first, std::uint32_t end, Rest& rest,
                     EntryBits& bits);
-    void match_by_rule(const Segment& segment, EntryBits& bits);
+    void match_by_rule(const Shard& shard, EntryBits& bits);
 
     const Pattern& pattern_;
+    const std::atomic<bool>& cancel_;
     PartSearch parts_;
     Wildcard wildcard_;
 
@@ -70,7 +72,7 @@ private:
     std::string component_;    // of the first part, its longest piece without a "/", folded
     std::optional<ByteSearch> component_search_;
 
-    const EntryBits* candidates_ = nullptr;  // of the segment in hand, before any filter
+    const EntryBits* candidates_ = nullptr;  // of the shard in hand, before any filter
     std::vector<std::size_t> part_ends_;     // in the folder in hand
     std::string path_;                       // the path in hand
 };

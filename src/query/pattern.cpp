@@ -42,6 +42,10 @@ Pattern::Pattern(std::string_view query_text, std::uint32_t flags)
     };
     needs_rule = parts.size() > kMostParts || begins_inside(suffix) ||
                  std::any_of(parts.begin(), parts.end(), begins_inside);
+    if (needs_rule) {
+        prefix = suffix = {};
+        parts.clear();
+    }
 }
 
 }  // namespace system_search

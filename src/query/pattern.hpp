@@ -19,7 +19,8 @@ struct Pattern {
     bool match_path;  // the subject is the whole path, not the name
     bool match_case;  // the subject is the path as stored, not its folded copy
     // True when the text holds a "?" or very many parts, or when a part would begin inside a code
-    // point, where "*" cannot always end: then the wildcard rule itself has to tell what matches.
+    // point, where "*" cannot always end: then the wildcard rule itself has to tell what matches,
+    // and there are no parts.
     bool needs_rule;
     std::string text;  // the query text, folded unless `match_case`; no "**" in a wildcard text
     std::string_view prefix;  // these are pieces of `text`

@@ -10,7 +10,7 @@
 
 namespace system_search {
 
-// Returns false when `cancel` ended it, within the work of one segment. `kind` is SS_KIND_...
+// Returns false when `cancel` ended it, within the work of one entry. `kind` is SS_KIND_...
 // Throws std::bad_alloc.
 bool scan(const ShardList& shards, const Pattern& pattern, std::uint32_t kind,
           const std::atomic<bool>& cancel, Candidates& candidates, std::uint32_t& matched);

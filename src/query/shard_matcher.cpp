@@ -1,12 +1,12 @@
-#include "query/segment_matcher.hpp"
+#include "query/shard_matcher.hpp"
 
 #include "index/signature.hpp"
 #include "system_search.h"
 
 namespace system_search {
 
-SegmentMatcher::SegmentMatcher(const Pattern& pattern, std::uint32_t kind,
-                               const std::atomic<bool>& cancel)
+ShardMatcher::ShardMatcher(const Pattern& pattern, std::uint32_t kind,
+                           const std::atomic<bool>& cancel)
     : pattern_(pattern), kind_(kind) {
     if (pattern.match_path) {
         paths_.emplace(pattern, cancel);
@@ -15,36 +15,36 @@ SegmentMatcher::SegmentMatcher(const Pattern& pattern, std::uint32_t kind,
     }
 }
 
-std::optional<std::uint32_t> SegmentMatcher::count_all(const Segment& segment) const {
+std::optional<std::uint32_t> ShardMatcher::count_all(const Shard& shard) const {
     if (!pattern_.matches_everything()) return std::nullopt;
-    if (kind_ == SS_KIND_ANY) return segment.size;
-    return kind_ == SS_KIND_FOLDER ? segment.folders : segment.size - segment.folders;
+    if (kind_ == SS_KIND_ANY) return shard.size;
+    return kind_ == SS_KIND_FOLDER ? shard.folders : shard.size - shard.folders;
 }
 
-void SegmentMatcher::prefetch(const Segment& segment) const {
-    if (names_) names_->prefetch(segment);
-    if (paths_) paths_->prefetch(segment);
+void ShardMatcher::prefetch(const Shard& shard) const {
+    if (names_) names_->prefetch(shard);
+    if (paths_) paths_->prefetch(shard);
 }
 
-void SegmentMatcher::match(const Segment& segment, EntryBits& bits) {
-    start_with_kind(segment, bits);
+void ShardMatcher::match(const Shard& shard, EntryBits& bits) {
+    start_with_kind(shard, bits);
     if (pattern_.matches_everything()) return;
     if (pattern_.match_path) {
-        paths_->match(segment, bits);
+        paths_->match(shard, bits);
     } else {
-        names_->match(segment, bits);
+        names_->match(shard, bits);
     }
 }
 
-void SegmentMatcher::start_with_kind(const Segment& segment, EntryBits& bits) const {
-    const std::uint64_t* const folders = segment.column(kFolderBit);
-    for (std::uint32_t word = 0; word < segment.words; ++word) {
+void ShardMatcher::start_with_kind(const Shard& shard, EntryBits& bits) const {
+    const std::uint64_t* const folders = shard.column(kFolderBit);
+    for (std::uint32_t word = 0; word < shard.words; ++word) {
         bits[word] = kind_ == SS_KIND_ANY      ? ~std::uint64_t{0}
                      : kind_ == SS_KIND_FOLDER ? folders[word]
                                                : ~folders[word];
     }
-    if (segment.size % 64 != 0) {
-        bits[segment.words - 1] &= ~(~std::uint64_t{0} << segment.size % 64);
+    if (shard.size % 64 != 0) {
+        bits[shard.words - 1] &= ~(~std::uint64_t{0} << shard.size % 64);
     }
 }
 

@@ -1,4 +1,4 @@
-// Finds the entries of a segment that match a pattern and are of a kind.
+// Finds the entries of a shard that match a pattern and are of a kind.
 #pragma once
 
 #include <atomic>
@@ -12,22 +12,22 @@
 
 namespace system_search {
 
-class SegmentMatcher {
+class ShardMatcher {
 public:
     // The pattern outlives this. `kind` is SS_KIND_...
-    SegmentMatcher(const Pattern& pattern, std::uint32_t kind, const std::atomic<bool>& cancel);
+    ShardMatcher(const Pattern& pattern, std::uint32_t kind, const std::atomic<bool>& cancel);
 
     // How many entries match, when that needs no look at them: every one of a kind does.
-    std::optional<std::uint32_t> count_all(const Segment& segment) const;
+    std::optional<std::uint32_t> count_all(const Shard& shard) const;
 
     // Asks the memory for what match() will look at first.
-    void prefetch(const Segment& segment) const;
+    void prefetch(const Shard& shard) const;
 
     // Sets `bits` to the entries that match.
-    void match(const Segment& segment, EntryBits& bits);
+    void match(const Shard& shard, EntryBits& bits);
 
 private:
-    void start_with_kind(const Segment& segment, EntryBits& bits) const;
+    void start_with_kind(const Shard& shard, EntryBits& bits) const;
 
     const Pattern& pattern_;
     const std::uint32_t kind_;

@@ -1,4 +1,4 @@
-// Which entries of a segment may match, by the signatures of their names.
+// Which entries of a shard may match, by the signatures of their names.
 #pragma once
 
 #include <cstdint>
@@ -22,10 +22,10 @@ public:
     void require_dot(unsigned place) { dots_.push_back(kDotBits + place); }
 
     // Asks the memory for what apply() will look at first.
-    void prefetch(const Segment& segment) const;
+    void prefetch(const Shard& shard) const;
 
     // Clears the bits of entries whose names cannot match. False when none is left.
-    bool apply(const Segment& segment, EntryBits& bits) const;
+    bool apply(const Shard& shard, EntryBits& bits) const;
 
 private:
     std::vector<unsigned> pairs_;  // tried first: they tell more apart

@@ -38,7 +38,7 @@ using Listing = std::vector<std::string>;
 inline Listing listing_of(const Snapshot& snapshot) {
     Listing listing;
     for (const auto& shard : snapshot.shards) {
-        for (const Entry& entry : shard->entries()) {
+        for (const Entry& entry : shard->entries) {
             listing.emplace_back(entry.path.view());
             if (entry.kind == kKindFolder) listing.back() += '/';
         }

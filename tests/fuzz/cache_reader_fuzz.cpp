@@ -26,10 +26,10 @@ void check_shards(const Index& index) {
     std::size_t count = 0;
     std::string folded;
     for (std::size_t i = 0; i < shards.size(); ++i) {
-        const std::size_t size = shards[i]->size();
+        const std::size_t size = shards[i]->entries.size();
         check(i + 1 == shards.size() ? size > 0 && size <= kShardEntries : size == kShardEntries);
         count += size;
-        for (const Entry& entry : shards[i]->entries()) {
+        for (const Entry& entry : shards[i]->entries) {
             const std::string_view path = entry.path.view();
             check(entry.path.c_str()[path.size()] == '\0');
             check(entry.name_offset == path.rfind('/') + 1);

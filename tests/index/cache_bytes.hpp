@@ -59,7 +59,7 @@ inline std::string cache_bytes(std::string_view scope, const std::vector<PathAnd
 inline std::vector<PathAndKind> entries_of(const Index& index) {
     std::vector<PathAndKind> entries;
     for (const auto& shard : published_shards(index)) {
-        for (const Entry& entry : shard->entries()) {
+        for (const Entry& entry : shard->entries) {
             entries.push_back({std::string(entry.path.view()), entry.kind});
         }
     }
@@ -68,7 +68,7 @@ inline std::vector<PathAndKind> entries_of(const Index& index) {
 
 inline std::vector<std::size_t> shard_sizes(const Index& index) {
     std::vector<std::size_t> sizes;
-    for (const auto& shard : published_shards(index)) sizes.push_back(shard->size());
+    for (const auto& shard : published_shards(index)) sizes.push_back(shard->entries.size());
     return sizes;
 }
 

@@ -46,7 +46,7 @@ TEST_F(CacheReader, reads_every_field_of_a_file_written_byte_by_byte) {
     EXPECT_EQ(cached.limited, 1u);
     EXPECT_FALSE(cached.index->complete);
 
-    const Entry& entry = published_shards(*cached.index)[0]->entries()[0];
+    const Entry& entry = published_shards(*cached.index)[0]->entries[0];
     std::string folded;
     EXPECT_EQ(entry.folded_path_in(folded),
               "c:/temp/\xC3\x84"

@@ -51,7 +51,7 @@ TEST(Shard, name_begins_behind_the_last_slash) {
     };
     for (const Row& row : rows) {
         const Shard shard(batch_of({row.path}));
-        const Entry& entry = shard.entries()[0];
+        const Entry& entry = shard.entries[0];
         EXPECT_EQ(entry.name_offset, row.name_offset) << row.path;
         EXPECT_EQ(entry.name(), row.name);
         EXPECT_EQ(entry.folded_name(), folded_by_rule(row.name));
@@ -61,15 +61,15 @@ TEST(Shard, name_begins_behind_the_last_slash) {
 
 TEST(Shard, folding_lowers_ascii_letters_and_nothing_else) {
     const Shard shard(batch_of({"C:/Temp/\u00C4BC.txt"}));
-    EXPECT_EQ(shard.entries()[0].path.view(), "C:/Temp/\u00C4BC.txt");
-    EXPECT_EQ(folded(shard.entries()[0]), "c:/temp/\u00C4bc.txt");
+    EXPECT_EQ(shard.entries[0].path.view(), "C:/Temp/\u00C4BC.txt");
+    EXPECT_EQ(folded(shard.entries[0]), "c:/temp/\u00C4bc.txt");
 
     std::string all_bytes;
     for (int byte = 1; byte < 256; ++byte) all_bytes += static_cast<char>(byte);
     for (const std::string& path : {all_bytes, all_bytes + "/" + all_bytes}) {
         const Shard whole(batch_of({path}));
-        EXPECT_EQ(whole.entries()[0].path.view(), path);
-        EXPECT_EQ(folded(whole.entries()[0]), folded_by_rule(path));
+        EXPECT_EQ(whole.entries[0].path.view(), path);
+        EXPECT_EQ(folded(whole.entries[0]), folded_by_rule(path));
     }
 }
 
@@ -79,9 +79,9 @@ TEST(Shard, texts_of_every_length_end_in_a_nul) {
     paths.push_back("C:/" + std::string(kMaxPathBytes - 3, 'X'));
     const Shard shard(batch_of(paths));
 
-    ASSERT_EQ(shard.size(), paths.size());
+    ASSERT_EQ(shard.entries.size(), paths.size());
     for (std::size_t i = 0; i < paths.size(); ++i) {
-        const Entry& entry = shard.entries()[i];
+        const Entry& entry = shard.entries[i];
         ASSERT_EQ(entry.path.size(), paths[i].size());
         ASSERT_STREQ(entry.path.c_str(), paths[i].c_str());
         ASSERT_EQ(std::strlen(entry.folded_path.folder), entry.name_offset);
@@ -99,65 +99,59 @@ TEST(Shard, entries_keep_the_order_and_the_kinds_of_the_batch) {
     batch.add("C:/a", kKindFile);  // nothing is checked for duplicates
     const Shard shard(batch);
 
-    ASSERT_EQ(shard.size(), 5u);
-    ASSERT_EQ(shard.segments().size(), 1u);
-    EXPECT_EQ(shard.segments()[0].folders, 2u);
+    ASSERT_EQ(shard.entries.size(), 5u);
+    EXPECT_EQ(shard.folders, 2u);
     const std::vector<std::pair<std::string_view, std::uint32_t>> expected = {
         {"C:/b", kKindFolder}, {"C:/b/z", kKindFile}, {"C:/b/a", kKindFolder},
         {"C:/a", kKindFile},   {"C:/a", kKindFile},
     };
     for (std::size_t i = 0; i < expected.size(); ++i) {
-        EXPECT_EQ(shard.entries()[i].path.view(), expected[i].first);
-        EXPECT_EQ(shard.entries()[i].kind, expected[i].second);
+        EXPECT_EQ(shard.entries[i].path.view(), expected[i].first);
+        EXPECT_EQ(shard.entries[i].kind, expected[i].second);
     }
 }
 
 TEST(Shard, entries_of_one_folder_share_its_folded_text) {
     const Shard shard(batch_of(
         {"C:/Music/a", "C:/Music/Live/b", "C:/Music/Live/c", "C:/Music/d", "C:/MusicX/e", "C:/f"}));
-    const auto folder = [&](std::size_t i) { return shard.entries()[i].folded_path.folder; };
+    const auto folder = [&](std::size_t i) { return shard.entries[i].folded_path.folder; };
     EXPECT_EQ(folder(1), folder(2));
     EXPECT_EQ(folder(0), folder(3)) << "also after a subfolder";
     EXPECT_NE(folder(0), folder(1));
     EXPECT_NE(folder(3), folder(4));
-    EXPECT_EQ(shard.entries()[4].folded_folder(), "c:/musicx/");
-    EXPECT_EQ(shard.entries()[5].folded_folder(), "c:/");
+    EXPECT_EQ(shard.entries[4].folded_folder(), "c:/musicx/");
+    EXPECT_EQ(shard.entries[5].folded_folder(), "c:/");
 }
 
 // Folders that differ in case only are different folders with equal folded texts.
 TEST(Shard, folders_that_differ_in_case_keep_their_own_paths) {
     const Shard shard(batch_of({"C:/Music/a", "C:/music/a"}));
-    EXPECT_EQ(shard.entries()[0].path.view(), "C:/Music/a");
-    EXPECT_EQ(shard.entries()[1].path.view(), "C:/music/a");
-    EXPECT_EQ(folded(shard.entries()[0]), folded(shard.entries()[1]));
+    EXPECT_EQ(shard.entries[0].path.view(), "C:/Music/a");
+    EXPECT_EQ(shard.entries[1].path.view(), "C:/music/a");
+    EXPECT_EQ(folded(shard.entries[0]), folded(shard.entries[1]));
 }
 
 TEST(Shard, names_stand_behind_one_another_in_entry_order) {
     const Shard shard(batch_of({"C:/One", "C:/Two/three", "FOUR", "C:/"}));
     using namespace std::string_view_literals;
-    const Segment& segment = shard.segments()[0];
-    EXPECT_EQ(std::string_view(segment.names, segment.name_starts[4]), "one\0three\0four\0\0"sv);
-    for (std::uint32_t i = 0; i < shard.size(); ++i) {
-        EXPECT_EQ(segment.folded_name(i), shard.entries()[i].folded_name());
-        EXPECT_EQ(segment.folded_name(i).data(), shard.entries()[i].folded_path.name);
+    EXPECT_EQ(std::string_view(shard.names, shard.name_starts[4]), "one\0three\0four\0\0"sv);
+    for (std::uint32_t i = 0; i < shard.entries.size(); ++i) {
+        EXPECT_EQ(shard.folded_name(i), shard.entries[i].folded_name());
+        EXPECT_EQ(shard.folded_name(i).data(), shard.entries[i].folded_path.name);
     }
 }
 
-TEST(Shard, segments_of_1024_cover_all_entries_in_order) {
-    for (const std::size_t count : {0u, 1u, 1023u, 1024u, 1025u, 5000u}) {
+TEST(Shard, of_any_size_holds_all_entries_in_order) {
+    for (const std::uint32_t count : {1u, 63u, 64u, 65u, 1023u, 1024u}) {
         std::vector<std::string> paths;
-        for (std::size_t i = 0; i < count; ++i) paths.push_back("C:/f/" + std::to_string(i));
+        for (std::uint32_t i = 0; i < count; ++i) paths.push_back("C:/f/" + std::to_string(i));
         const Shard shard(batch_of(paths));
-        ASSERT_EQ(shard.segments().size(), (count + 1023) / 1024);
-        std::size_t covered = 0;
-        for (const Segment& segment : shard.segments()) {
-            EXPECT_EQ(segment.entries, shard.entries().data() + covered);
-            EXPECT_EQ(segment.words, (segment.size + 63) / 64);
-            EXPECT_LE(segment.size, 1024u);
-            covered += segment.size;
-            EXPECT_EQ(segment.folded_name(segment.size - 1), std::to_string(covered - 1));
+        EXPECT_EQ(shard.size, count);
+        EXPECT_EQ(shard.entries.size(), count);
+        EXPECT_EQ(shard.words, (count + 63) / 64);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            ASSERT_EQ(shard.folded_name(i), std::to_string(i)) << count;
         }
-        EXPECT_EQ(covered, count);
     }
 }
 
@@ -173,36 +167,33 @@ TEST(Shard, runs_hold_neighbours_of_one_stored_folder_and_what_it_shares_with_th
                                        {"c:/music/", 3, 9},  {"c:/music/", 4, 3},
                                        {"c:/musicx/", 5, 3}, {"", 6, 0},
                                        {"c:/", 7, 0}};
-    const Segment& segment = shard.segments()[0];
-    ASSERT_EQ(segment.run_count, expected.size());
+    ASSERT_EQ(shard.run_count, expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) {
-        EXPECT_EQ(segment.folded_folder(segment.runs[i]), expected[i].folder) << i;
-        EXPECT_EQ(segment.runs[i].first, expected[i].first) << i;
-        EXPECT_EQ(segment.runs[i].shared_bytes, expected[i].shared_bytes) << i;
+        EXPECT_EQ(shard.folded_folder(shard.runs[i]), expected[i].folder) << i;
+        EXPECT_EQ(shard.runs[i].first, expected[i].first) << i;
+        EXPECT_EQ(shard.runs[i].shared_bytes, expected[i].shared_bytes) << i;
     }
-    EXPECT_EQ(segment.runs[segment.run_count].first, shard.size());
+    EXPECT_EQ(shard.runs[shard.run_count].first, shard.entries.size());
 }
 
 TEST(Shard, columns_hold_the_signature_of_every_name) {
     Batch batch;
     PathCorpus corpus(/*seed=*/3);
-    for (std::size_t i = 0; i < 1500; ++i) batch.add(corpus.next(), i % 3 == 0 ? 2 : 1);
+    for (std::size_t i = 0; i < 1000; ++i) batch.add(corpus.next(), i % 3 == 0 ? 2 : 1);
     const Shard shard(batch);
-    for (const Segment& segment : shard.segments()) {
-        for (std::uint32_t i = 0; i < segment.size; ++i) {
-            const Entry& entry = segment.entries[i];
-            Signature signature = name_signature(entry.folded_name());
-            if (entry.kind == kKindFolder) signature.words[0] |= 1u << kFolderBit;
-            if (entry.name() != entry.folded_name()) signature.words[0] |= 1u << kUpperNameBit;
-            for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
-                ASSERT_EQ(segment.column(bit)[i / 64] >> (i % 64) & 1,
-                          signature.words[bit / 64] >> (bit % 64) & 1);
-            }
+    for (std::uint32_t i = 0; i < shard.size; ++i) {
+        const Entry& entry = shard.entries[i];
+        Signature signature = name_signature(entry.folded_name());
+        if (entry.kind == kKindFolder) signature.words[0] |= 1u << kFolderBit;
+        if (entry.name() != entry.folded_name()) signature.words[0] |= 1u << kUpperNameBit;
+        for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
+            ASSERT_EQ(shard.column(bit)[i / 64] >> (i % 64) & 1,
+                      signature.words[bit / 64] >> (bit % 64) & 1);
         }
-        for (std::uint32_t i = segment.size; i < segment.words * 64; ++i) {
-            for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
-                ASSERT_EQ(segment.column(bit)[i / 64] >> (i % 64) & 1, 0u) << "no entry " << i;
-            }
+    }
+    for (std::uint32_t i = shard.size; i < shard.words * 64; ++i) {
+        for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
+            ASSERT_EQ(shard.column(bit)[i / 64] >> (i % 64) & 1, 0u) << "no entry " << i;
         }
     }
 }
@@ -210,51 +201,45 @@ TEST(Shard, columns_hold_the_signature_of_every_name) {
 TEST(Shard, numbers_the_endings_of_its_names) {
     const Shard shard(batch_of({"C:/a.TXT", "C:/b.gz", "C:/c", "C:/d.txt", "C:/.gz", "C:/e.",
                                 "C:/f.tar.gz", "C:/g.1234567", "C:/h.12345678", "C:/i.\u00C9Z"}));
-    const Segment& segment = shard.segments()[0];
     const std::vector<std::string_view> expected = {".txt", ".gz", "",         ".txt", ".gz",
                                                     ".",    ".gz", ".1234567", "",     ".\u00C9z"};
     for (std::size_t i = 0; i < expected.size(); ++i) {
-        const unsigned number = segment.ending_numbers[i];
-        ASSERT_LE(number, segment.ending_count);
-        const Ending ending = number == 0 ? 0 : segment.endings[number - 1];
+        const unsigned number = shard.ending_numbers[i];
+        ASSERT_LE(number, shard.ending_count);
+        const Ending ending = number == 0 ? 0 : shard.endings[number - 1];
         EXPECT_EQ(ending_text(ending), expected[i]) << i;
     }
-    EXPECT_EQ(segment.ending_count, 5u) << "each once";
+    EXPECT_EQ(shard.ending_count, 5u) << "each once";
 }
 
-TEST(Shard, numbers_no_more_endings_than_fit_a_byte_in_each_segment) {
+TEST(Shard, numbers_no_more_endings_than_fit_a_byte) {
     std::vector<std::string> paths;
-    for (std::size_t i = 0; i < 2000; ++i) paths.push_back("C:/a." + std::to_string(i));
+    for (std::size_t i = 0; i < kShardEntries; ++i) paths.push_back("C:/a." + std::to_string(i));
     const Shard shard(batch_of(paths));
-    ASSERT_EQ(shard.segments().size(), 2u);
-    for (const Segment& segment : shard.segments()) {
-        EXPECT_EQ(segment.ending_count, kMaxEndings);
-        for (std::uint32_t i = 0; i < segment.size; ++i) {
-            ASSERT_EQ(segment.ending_numbers[i], i < kMaxEndings ? i + 1 : 0) << i;
-        }
+    EXPECT_EQ(shard.ending_count, kMaxEndings);
+    for (std::uint32_t i = 0; i < shard.size; ++i) {
+        ASSERT_EQ(shard.ending_numbers[i], i < kMaxEndings ? i + 1 : 0) << i;
     }
 }
 
 TEST(Shard, knows_the_pairs_of_bytes_in_its_folders_and_tells_non_ascii_names) {
     const Shard shard(batch_of({"C:/Music/qx", "C:/Music/Live/b", "C:/Music/d"}));
-    const Segment& segment = shard.segments()[0];
     for (const std::string_view folder : {"c:/music/", "c:/music/live/"}) {
         for (std::size_t i = 1; i < folder.size(); ++i) {
-            EXPECT_TRUE(segment.folder_pairs->has(folder[i - 1], folder[i])) << folder << i;
+            EXPECT_TRUE(shard.folder_pairs->has(folder[i - 1], folder[i])) << folder << i;
         }
     }
-    EXPECT_FALSE(segment.folder_pairs->has('q', 'x')) << "of a name";
-    EXPECT_FALSE(segment.folder_pairs->has('m', 'i')) << "no neighbours";
-    EXPECT_FALSE(segment.has_non_ascii);
-    EXPECT_TRUE(Shard(batch_of({"C:/a", "C:/\u00C9"})).segments()[0].has_non_ascii);
-    EXPECT_FALSE(Shard(batch_of({"C:/\u00C9/a"})).segments()[0].has_non_ascii);
+    EXPECT_FALSE(shard.folder_pairs->has('q', 'x')) << "of a name";
+    EXPECT_FALSE(shard.folder_pairs->has('m', 'i')) << "no neighbours";
+    EXPECT_FALSE(shard.has_non_ascii);
+    EXPECT_TRUE(Shard(batch_of({"C:/a", "C:/\u00C9"})).has_non_ascii);
+    EXPECT_FALSE(Shard(batch_of({"C:/\u00C9/a"})).has_non_ascii);
 }
 
 TEST(Shard, least_entry_comes_first_in_result_order) {
-    EXPECT_EQ(Shard(batch_of({"C:/b", "C:/A/z", "C:/a/y"})).segments()[0].least->path.view(),
-              "C:/a/y");
-    EXPECT_EQ(Shard(batch_of({"C:/a/x", "C:/A/x"})).segments()[0].least->path.view(), "C:/A/x");
-    EXPECT_EQ(Shard(batch_of({"C:/a/x", "C:/a"})).segments()[0].least->path.view(), "C:/a");
+    EXPECT_EQ(Shard(batch_of({"C:/b", "C:/A/z", "C:/a/y"})).least->path.view(), "C:/a/y");
+    EXPECT_EQ(Shard(batch_of({"C:/a/x", "C:/A/x"})).least->path.view(), "C:/A/x");
+    EXPECT_EQ(Shard(batch_of({"C:/a/x", "C:/a"})).least->path.view(), "C:/a");
 }
 
 TEST(Shard, agrees_with_the_rule_on_whole_trees) {
@@ -264,8 +249,8 @@ TEST(Shard, agrees_with_the_rule_on_whole_trees) {
         for (std::size_t i = 0; i < kShardEntries; ++i) paths.push_back(corpus.next());
         const Shard shard(batch_of(paths));
         for (std::size_t i = 0; i < paths.size(); ++i) {
-            ASSERT_EQ(shard.entries()[i].path.view(), paths[i]) << "seed " << seed;
-            ASSERT_EQ(folded(shard.entries()[i]), folded_by_rule(paths[i])) << "seed " << seed;
+            ASSERT_EQ(shard.entries[i].path.view(), paths[i]) << "seed " << seed;
+            ASSERT_EQ(folded(shard.entries[i]), folded_by_rule(paths[i])) << "seed " << seed;
         }
     }
 }
@@ -282,7 +267,7 @@ TEST(Shard, keeps_at_most_four_fifths_of_the_memory_estimate) {
             estimate += memory_estimate(path.size());
             batch.add(path, kKindFile);
         }
-        kept += sizeof(Shard) + Shard(batch).block_bytes();
+        kept += sizeof(Shard) + Shard(batch).block_bytes;
     }
     const double share = static_cast<double>(kept) / static_cast<double>(estimate);
     RecordProperty("share_of_estimate", std::to_string(share));
@@ -300,7 +285,7 @@ TEST(Shard, keeps_hardly_more_than_the_memory_estimate_at_worst) {
         batch.add(path, kKindFolder);
         estimate += memory_estimate(path.size());
     }
-    const std::size_t kept = Shard(batch).block_bytes() + sizeof(Shard);
+    const std::size_t kept = Shard(batch).block_bytes + sizeof(Shard);
     EXPECT_LE(static_cast<double>(kept), 1.05 * static_cast<double>(estimate));
 }
 

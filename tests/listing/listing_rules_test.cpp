@@ -39,14 +39,5 @@ TEST_F(ListingRulesTest, child_that_is_left_out_counts_nothing_against_the_estim
     EXPECT_EQ(query.finish(), (QueryStatus{SS_QUERY_DONE, 0, 0, 17'000, 1}));
 }
 
-TEST_F(ListingRulesTest, empty_folder_is_one_shard_without_entries) {
-    add_folder(u"C:\\empty");
-    Query query;
-    run_listing({&query, "C:/empty", "", 0, 0, 10});
-    EXPECT_EQ(query.state, SS_QUERY_DONE);
-    ASSERT_EQ(query.shards.size(), 1u);
-    EXPECT_EQ(query.shards[0]->size(), 0u);
-}
-
 }  // namespace
 }  // namespace system_search

@@ -101,14 +101,24 @@ TEST_F(ListingTest, empty_folder_is_done_and_empty) {
     EXPECT_EQ(list("C:/empty").status, (QueryStatus{SS_QUERY_DONE, 0, 0, 0, 0}));
 }
 
-TEST_F(ListingTest, query_holds_exactly_one_shard) {
-    add_generated_folder(u"C:\\many", numbered_files(5000));
-    for (const char* const directory : {"C:/many", "C:/"}) {
+TEST_F(ListingTest, children_are_held_in_shards_of_1024) {
+    const auto sizes_of = [](std::uint32_t children) {
+        const std::u16string folder = u"C:\\" + wide_from_utf8(std::to_string(children));
+        add_generated_folder(folder, numbered_files(children));
         Query query;
-        run_listing({&query, directory, "", 0, 0, 10});
-        EXPECT_EQ(query.shards.size(), 1u) << directory;
-        EXPECT_EQ(query.shards.at(0)->size(), query.index_entries) << directory;
-    }
+        run_listing({&query, utf8_from_wide(folder), "", 0, 0, 10});
+        EXPECT_EQ(query.state, SS_QUERY_DONE);
+        EXPECT_EQ(query.index_entries, children);
+        EXPECT_EQ(query.matched, children);
+        std::vector<std::uint32_t> sizes;
+        for (const auto& shard : query.shards) sizes.push_back(shard->size);
+        return sizes;
+    };
+    using Sizes = std::vector<std::uint32_t>;
+    EXPECT_EQ(sizes_of(0), Sizes());
+    EXPECT_EQ(sizes_of(1), Sizes{1});
+    EXPECT_EQ(sizes_of(1024), Sizes{1024});
+    EXPECT_EQ(sizes_of(2500), (Sizes{1024, 1024, 452}));
 }
 
 TEST_F(ListingTest, links_and_reparse_folders_are_counted_but_not_listed) {

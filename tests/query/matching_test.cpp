@@ -190,7 +190,7 @@ TEST_F(MatchingTest, of_equal_entries_the_one_met_first_is_kept) {
     search(query, "", 0, 0, 1);
     EXPECT_EQ(query.matched, 3u);
     ASSERT_EQ(query.results.size(), 1u);
-    EXPECT_EQ(query.results[0], &query.shards[0]->entries()[0]);
+    EXPECT_EQ(query.results[0], &query.shards[0]->entries[0]);
 }
 
 TEST_F(MatchingTest, candidates_come_from_every_shard) {

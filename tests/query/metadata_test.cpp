@@ -12,7 +12,7 @@ protected:
         batch.add(path, kKindFile);
         const Shard shard(batch);
         std::u16string wide_path = u"left over";
-        return read_metadata(shard.entries()[0], wide_path);
+        return read_metadata(shard.entries[0], wide_path);
     }
 };
 

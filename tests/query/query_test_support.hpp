@@ -122,15 +122,18 @@ AllocationFailures fail_each_allocation(Start start) {
 
 using Paths = std::vector<std::string>;
 
-// A query whose only shard holds these files; a path that ends in "/" is a folder without it.
+// A query over these files; a path that ends in "/" is a folder without it.
 inline void fill(Query& query, const Paths& paths) {
     Batch batch;
     for (std::string_view path : paths) {
         const bool folder = path.size() > 1 && path.ends_with('/');
         if (folder) path.remove_suffix(1);
         batch.add(path, folder ? kKindFolder : kKindFile);
+        if (batch.size() < kShardEntries) continue;
+        query.shards.push_back(std::make_shared<const Shard>(batch));
+        batch.clear();
     }
-    query.shards.push_back(std::make_shared<const Shard>(batch));
+    if (!batch.empty()) query.shards.push_back(std::make_shared<const Shard>(batch));
 }
 
 // The stored paths of the results, in order.

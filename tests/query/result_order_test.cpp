@@ -25,7 +25,7 @@ TEST_F(ResultOrderTest, of_equal_paths_the_one_met_first_is_kept) {
     ASSERT_EQ(query.state, SS_QUERY_DONE);
     EXPECT_EQ(query.matched, 3u);
     ASSERT_EQ(query.results.size(), 1u);
-    EXPECT_EQ(query.results[0], &query.shards[0]->entries()[0]);
+    EXPECT_EQ(query.results[0], &query.shards[0]->entries[0]);
 }
 
 }  // namespace
