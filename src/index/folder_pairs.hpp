@@ -1,5 +1,5 @@
-// Which pairs of neighbouring bytes the folders of a shard hold: a text with a pair that no
-// folder has lies in none of them.
+// Which pairs of neighbouring bytes the folders of a shard hold: a text with a pair that no folder
+// has lies in none of them.
 #pragma once
 
 #include <cstddef>

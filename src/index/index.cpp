@@ -5,7 +5,7 @@ namespace system_search {
 void publish_shard(Index& index, Batch& batch) {
     if (batch.empty()) return;
     auto shard = std::make_shared<const Shard>(batch);
-    const auto count = static_cast<std::uint32_t>(shard->entries.size());
+    const std::uint32_t count = shard->size;
     {
         platform::MutexLock lock(index.mutex);
         index.shards.push_back(std::move(shard));

@@ -19,6 +19,7 @@ struct ShardPlan {
         std::string_view text;  // as stored, in the batch
         std::uint32_t start;    // into the shard's folder texts
     };
+
     explicit ShardPlan(const Batch& batch);
 
     std::vector<EntryPlan> entries;

@@ -1,11 +1,11 @@
 // What a name holds, in 168 bits: which bytes, which pairs of neighbouring bytes, and where it
 // begins with a "." within its first bytes.
 //
-// A shard keeps the signatures of its names as columns: one bitmap per signature bit,
-// with one bit per entry. All names that may hold "report" are then the intersection of a few
-// bitmaps of 128 bytes, whatever the length of the names. A signature never misses: a name that
-// holds a byte or a pair has its bit. It may have the bit for another reason as well, unless the
-// byte or the pair has a bit of its own.
+// A shard keeps the signatures of its names as columns: one bitmap per signature bit, with one bit
+// per entry. All names that may hold "report" are then the intersection of a few bitmaps of 128
+// bytes, whatever the length of the names. A signature never misses: a name that holds a byte or a
+// pair has its bit. It may have the bit for another reason as well, unless the byte or the pair has
+// a bit of its own.
 #pragma once
 
 #include <array>
