@@ -187,6 +187,7 @@ TEST_F(EngineApiTest, failed_join_of_the_earlier_build_keeps_its_text_and_its_in
 
 // Whoever goes on would free what the thread still uses.
 TEST_F(EngineApiTest, destroying_ends_the_process_when_its_join_fails) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     ASSERT_EQ(build("C:\\top").state, SS_ENGINE_READY);
     EXPECT_DEATH(
         {
