@@ -36,68 +36,73 @@ public:
     // the other. kTextPadding bytes behind the text must be readable.
     bool in_order(std::string_view text, std::size_t part) const {
         if (bytes_ == count_) {
-            return text.size() <= 32 ? bytes_in_order<2>(text, part)
-                                     : bytes_in_order<4>(text, part);
+            return text.size() <= 32 ? bytes_in_order<Bytes32>(text, part)
+                                     : bytes_in_order<Bytes64>(text, part);
         }
-        return text.size() <= 32 ? parts_in_order<2>(text, part) : parts_in_order<4>(text, part);
+        return text.size() <= 32 ? parts_in_order<Bytes32>(text, part)
+                                 : parts_in_order<Bytes64>(text, part);
     }
 
 private:
     static constexpr std::size_t kMaxBytes = 12;
 
-    // A short text in 16-byte vectors. A mask has a bit for each of its bytes.
-    template <unsigned kVectors>
-    struct Text {
-        explicit Text(std::string_view text) : inside((std::uint64_t{1} << text.size()) - 1) {
-            static_assert(kTextPadding >= 32);
-            for (unsigned i = 0; i < kVectors; ++i) {
-                vectors[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data()) + i);
-            }
-        }
+    // The bytes of a text, and what lies behind it. A mask has a bit for each of them.
+    struct Bytes32 {
+        static_assert(kTextPadding >= 32);
+        explicit Bytes32(const char* text)
+            : low(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text))),
+              high(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text) + 1)) {}
         std::uint64_t places_of(__m128i symbol) const {
-            std::uint64_t places = 0;
-            for (unsigned i = 0; i < kVectors; ++i) {
-                const auto mask =
-                    static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(vectors[i], symbol)));
-                places |= std::uint64_t{mask} << 16 * i;
-            }
-            return places & inside;
+            const auto mask = [&](__m128i vector) {
+                return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(vector, symbol)));
+            };
+            return mask(low) | std::uint64_t{mask(high)} << 16;
         }
-        __m128i vectors[kVectors];
-        std::uint64_t inside;
+        __m128i low;
+        __m128i high;
+    };
+    struct Bytes64 {
+        explicit Bytes64(const char* text) : low(text), high(text + 32) {}
+        std::uint64_t places_of(__m128i symbol) const {
+            return low.places_of(symbol) | high.places_of(symbol) << 32;
+        }
+        Bytes32 low;
+        Bytes32 high;
     };
 
-    // Of the places from `behind` on, a mask of one bit, the first; 0 when there is none, and when
-    // `behind` is 0.
-    static std::uint64_t first_from(std::uint64_t behind, std::uint64_t places) {
-        const std::uint64_t left = places & ~(behind - 1);
-        return left & (~left + 1);
+    // A mask of all places behind the first one; 0 when there is none.
+    static std::uint64_t behind_first(std::uint64_t places) { return places ^ (~places + 1); }
+
+    // Each part is taken where it ends first. What is left for the next are all places from there
+    // on, among them the text's end, unless the parts reach into what lies behind the text.
+    static bool holds_end(std::uint64_t left, std::string_view text) {
+        return (left >> text.size() & 1) != 0;
     }
 
-    template <unsigned kVectors>
+    template <typename Bytes>
     bool bytes_in_order(std::string_view text, std::size_t part) const {
-        const Text<kVectors> vectors(text);
-        std::uint64_t behind = 1;
+        const Bytes bytes(text.data());
+        std::uint64_t left = ~std::uint64_t{0};
         for (; part < count_; ++part) {
-            behind = first_from(behind, vectors.places_of(symbols_[part])) << 1;
+            left = behind_first(left & bytes.places_of(symbols_[part]));
         }
-        return behind != 0;
+        return holds_end(left, text);
     }
 
-    template <unsigned kVectors>
+    template <typename Bytes>
     bool parts_in_order(std::string_view text, std::size_t part) const {
-        const Text<kVectors> vectors(text);
-        std::uint64_t behind = 1;
+        const Bytes bytes(text.data());
+        std::uint64_t left = ~std::uint64_t{0};
         for (; part < count_; ++part) {
             const unsigned start = starts_[part];
-            const unsigned bytes = starts_[part + 1] - start;
-            std::uint64_t places = vectors.places_of(symbols_[start]);
-            for (unsigned i = 1; i < bytes; ++i) {
-                places &= vectors.places_of(symbols_[start + i]) >> i;
+            const unsigned length = starts_[part + 1] - start;
+            std::uint64_t places = bytes.places_of(symbols_[start]);
+            for (unsigned i = 1; i < length; ++i) {
+                places &= bytes.places_of(symbols_[start + i]) >> i;
             }
-            behind = first_from(behind, places) << bytes;
+            left = behind_first(left & places) << (length - 1);
         }
-        return behind != 0;
+        return holds_end(left, text);
     }
 
     unsigned count_ = 0;
