@@ -1,8 +1,9 @@
 #include "engine/build.hpp"
 
 #include <exception>
-#include <vector>
+#include <utility>
 
+#include "common/owned_job.hpp"
 #include "engine/index_cache.hpp"
 #include "engine/scope.hpp"
 #include "engine/walk.hpp"
@@ -26,11 +27,6 @@ std::uint32_t build(const BuildJob& job) {
     return engine.cancel ? SS_ENGINE_CANCELLED : SS_ENGINE_READY;
 }
 
-void run_owned_build(void* argument) noexcept {
-    const std::unique_ptr<BuildJob> job(static_cast<BuildJob*>(argument));
-    run_build(*job);
-}
-
 }  // namespace
 
 void run_build(const BuildJob& job) noexcept {
@@ -48,9 +44,8 @@ void run_build(const BuildJob& job) noexcept {
 }
 
 platform::Error start_build(std::unique_ptr<BuildJob> job) noexcept {
-    const platform::Error error = job->engine.thread.start(run_owned_build, job.get());
-    if (error == platform::kSuccess) static_cast<void>(job.release());
-    return error;
+    platform::Thread& thread = job->engine.thread;
+    return start_owned<run_build>(thread, std::move(job));
 }
 
 }  // namespace system_search

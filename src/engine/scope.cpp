@@ -31,12 +31,6 @@ std::vector<std::u16string> local_drives() {
     return local;
 }
 
-bool is_unfollowed_link(const platform::Status& status) {
-    return (status.attributes & platform::kAttributeReparsePoint) != 0 &&
-           (status.reparse_tag == platform::kTagMountPoint ||
-            status.reparse_tag == platform::kTagSymbolicLink);
-}
-
 std::u16string chosen_folder(std::string_view scope) {
     const std::u16string path = wide_from_utf8(scope);
     if (!is_absolute_path(path)) throw std::runtime_error("Choose an absolute folder path.");
@@ -47,7 +41,7 @@ std::u16string chosen_folder(std::string_view scope) {
         throw std::runtime_error("status: " + platform::error_message(error) + ": \"" +
                                  std::string(scope) + "\"");
     }
-    if (error != platform::kSuccess || is_unfollowed_link(status) ||
+    if (error != platform::kSuccess || platform::is_link(status.attributes, status.reparse_tag) ||
         (status.attributes & platform::kAttributeDirectory) == 0) {
         throw std::runtime_error("The selected folder is unavailable.");
     }

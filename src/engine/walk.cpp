@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "common/child_name.hpp"
 #include "common/text.hpp"
 #include "platform/platform.hpp"
 
@@ -18,11 +19,7 @@ namespace {
 enum class ChildType { kFile, kFolder, kLink };
 
 ChildType child_type(const platform::Child& child) {
-    if ((child.attributes & platform::kAttributeReparsePoint) != 0 &&
-        (child.reparse_tag == platform::kTagSymbolicLink ||
-         child.reparse_tag == platform::kTagMountPoint)) {
-        return ChildType::kLink;
-    }
+    if (platform::is_link(child.attributes, child.reparse_tag)) return ChildType::kLink;
     return (child.attributes & platform::kAttributeDirectory) != 0 ? ChildType::kFolder
                                                                    : ChildType::kFile;
 }
@@ -97,7 +94,8 @@ private:
                 descend = false;
             }
         }
-        const std::string_view name = utf8_name();
+        if (!name_.convert(child_.name_view())) throw TextError("A file name is not valid UTF-16.");
+        const std::string_view name = name_.view();
         if (utf8_path_.size() + name.size() > kMaxPathBytes) {
             ++engine_.skipped;
         } else if (!add(name, type == ChildType::kFolder ? kKindFolder : kKindFile)) {
@@ -106,13 +104,6 @@ private:
         if (descend && open_child(name)) return Step::kEntered;
         if (type == ChildType::kFolder) wide_path_.resize(levels_.back().wide_units);
         return Step::kAdvance;
-    }
-
-    std::string_view utf8_name() {
-        const std::size_t bytes = encode_utf8(child_.name_view(), utf8_name_);
-        if (bytes == kInvalidText) throw TextError("A file name is not valid UTF-16.");
-        replace_backslashes(utf8_name_, bytes);
-        return {utf8_name_, bytes};
     }
 
     // False when the entry would go beyond a size limit. The estimate is raised before the test:
@@ -170,7 +161,7 @@ private:
     std::u16string wide_path_;   // the folder in hand, closed by a separator
     std::string utf8_path_;      // the same, as entries hold it
     platform::Child child_;      // the child in hand
-    char utf8_name_[3 * sizeof(platform::Child::name) / sizeof(char16_t)];
+    ChildName name_;
 };
 
 }  // namespace

@@ -3,7 +3,9 @@
 #include <string_view>
 #include <utility>
 
+#include "common/child_name.hpp"
 #include "common/guard.hpp"
+#include "common/owned_job.hpp"
 #include "common/path.hpp"
 #include "common/text.hpp"
 #include "platform/platform.hpp"
@@ -60,16 +62,10 @@ private:
             query_.index_incomplete = 1;
             return;
         }
-        if (is_link()) return;
+        if (platform::is_link(child_.attributes, child_.reparse_tag)) return;
         const bool folder = (child_.attributes & platform::kAttributeDirectory) != 0;
         if (folder && is_reparse_point()) return;
         add(folder ? kKindFolder : kKindFile);
-    }
-
-    bool is_link() const {
-        return (child_.attributes & platform::kAttributeReparsePoint) != 0 &&
-               (child_.reparse_tag == platform::kTagSymbolicLink ||
-                child_.reparse_tag == platform::kTagMountPoint);
     }
 
     // Asks again, by path. The failure value has the bit as well: a folder that cannot be asked is
@@ -82,15 +78,13 @@ private:
     }
 
     void add(std::uint32_t kind) {
-        const std::size_t bytes = encode_utf8(child_.name_view(), utf8_name_);
-        if (bytes == kInvalidText) throw TextError("A file name is not valid UTF-16.");
-        replace_backslashes(utf8_name_, bytes);
-        const std::size_t path_bytes = utf8_prefix_.size() + bytes;
+        if (!name_.convert(child_.name_view())) throw TextError("A file name is not valid UTF-16.");
+        const std::size_t path_bytes = utf8_prefix_.size() + name_.view().size();
         if (path_bytes > kMaxPathBytes) {
             query_.index_incomplete = 1;
             return;
         }
-        batch_.add(utf8_prefix_, {utf8_name_, bytes}, kind);
+        batch_.add(utf8_prefix_, name_.view(), kind);
         // Raised after the child was kept and tested before the next one: the last child may go
         // beyond the limit.
         estimate_ += memory_estimate(path_bytes);
@@ -112,13 +106,8 @@ private:
     std::size_t folder_units_ = 0;
     std::string utf8_prefix_;  // the folder as entries hold it, closed by a separator
     platform::Child child_;    // the child in hand
-    char utf8_name_[3 * sizeof(platform::Child::name) / sizeof(char16_t)];
+    ChildName name_;
 };
-
-void run_owned_listing(void* argument) noexcept {
-    const std::unique_ptr<ListingJob> job(static_cast<ListingJob*>(argument));
-    run_listing(*job);
-}
 
 }  // namespace
 
@@ -134,9 +123,8 @@ void run_listing(const ListingJob& job) noexcept {
 }
 
 platform::Error start_listing(std::unique_ptr<ListingJob> job) noexcept {
-    const platform::Error error = job->query->thread.start(run_owned_listing, job.get());
-    if (error == platform::kSuccess) static_cast<void>(job.release());
-    return error;
+    platform::Thread& thread = job->query->thread;
+    return start_owned<run_listing>(thread, std::move(job));
 }
 
 }  // namespace system_search

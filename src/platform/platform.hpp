@@ -16,6 +16,7 @@
 #include "platform/thread_annotations.hpp"
 
 #if !defined(_WIN32)
+#include <condition_variable>
 #include <mutex>
 #endif
 
@@ -63,6 +64,13 @@ inline constexpr std::uint32_t kInvalidAttributes = 0xFFFFFFFF;
 
 inline constexpr std::uint32_t kTagMountPoint = 0xA0000003;
 inline constexpr std::uint32_t kTagSymbolicLink = 0xA000000C;
+
+// A symbolic link or a junction: it leads elsewhere and is never followed. The tag means something
+// only with kAttributeReparsePoint.
+constexpr bool is_link(std::uint32_t attributes, std::uint32_t reparse_tag) {
+    return (attributes & kAttributeReparsePoint) != 0 &&
+           (reparse_tag == kTagMountPoint || reparse_tag == kTagSymbolicLink);
+}
 
 // ---- Enumerating a folder -----------------------------------------------------------------------
 
@@ -184,6 +192,7 @@ public:
     void unlock() noexcept SS_RELEASE();
 
 private:
+    friend class Condition;
 #if defined(_WIN32)
     void* slim_lock_ = nullptr;
 #else
@@ -200,6 +209,28 @@ public:
 
 private:
     Mutex& mutex_;
+};
+
+// Lets threads sleep until another one changed what a mutex guards. A wait may end without a
+// reason: ask again what was waited for. Not std::condition_variable, for the same reason as Mutex.
+class Condition {
+public:
+    Condition() = default;
+    Condition(const Condition&) = delete;
+    Condition& operator=(const Condition&) = delete;
+
+    void wait(Mutex& mutex) noexcept SS_REQUIRES(mutex);
+    // The same, for so long at the most.
+    void wait_for(Mutex& mutex, std::uint32_t milliseconds) noexcept SS_REQUIRES(mutex);
+    void notify_one() noexcept;
+    void notify_all() noexcept;
+
+private:
+#if defined(_WIN32)
+    void* condition_variable_ = nullptr;
+#else
+    std::condition_variable condition_;
+#endif
 };
 
 // A thread and the duty to join it. Not std::thread: that one takes a thread-local slot of the

@@ -11,6 +11,7 @@
 #define SS_CAPABILITY(name) SS_THREAD_ATTRIBUTE(capability(name))
 #define SS_SCOPED_CAPABILITY SS_THREAD_ATTRIBUTE(scoped_lockable)
 #define SS_GUARDED_BY(mutex) SS_THREAD_ATTRIBUTE(guarded_by(mutex))
+#define SS_REQUIRES(...) SS_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
 #define SS_ACQUIRE(...) SS_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
 #define SS_RELEASE(...) SS_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 #define SS_NO_THREAD_SAFETY_ANALYSIS SS_THREAD_ATTRIBUTE(no_thread_safety_analysis)

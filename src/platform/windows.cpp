@@ -259,6 +259,26 @@ void Mutex::unlock() noexcept SS_NO_THREAD_SAFETY_ANALYSIS {
     ReleaseSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&slim_lock_));
 }
 
+static_assert(sizeof(CONDITION_VARIABLE) == sizeof(void*));
+
+void Condition::wait(Mutex& mutex) noexcept {
+    SleepConditionVariableSRW(reinterpret_cast<CONDITION_VARIABLE*>(&condition_variable_),
+                              reinterpret_cast<SRWLOCK*>(&mutex.slim_lock_), INFINITE, 0);
+}
+
+void Condition::wait_for(Mutex& mutex, std::uint32_t milliseconds) noexcept {
+    SleepConditionVariableSRW(reinterpret_cast<CONDITION_VARIABLE*>(&condition_variable_),
+                              reinterpret_cast<SRWLOCK*>(&mutex.slim_lock_), milliseconds, 0);
+}
+
+void Condition::notify_one() noexcept {
+    WakeConditionVariable(reinterpret_cast<CONDITION_VARIABLE*>(&condition_variable_));
+}
+
+void Condition::notify_all() noexcept {
+    WakeAllConditionVariable(reinterpret_cast<CONDITION_VARIABLE*>(&condition_variable_));
+}
+
 namespace {
 
 struct ThreadStart {

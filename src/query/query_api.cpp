@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "common/guard.hpp"
+#include "common/owned_job.hpp"
 #include "engine/engine.hpp"
 #include "query/query.hpp"
 #include "query/search.hpp"
@@ -48,9 +49,8 @@ struct SearchJob {
     std::uint32_t limit;
 };
 
-void run_owned_search(void* argument) noexcept {
-    const std::unique_ptr<SearchJob> job(static_cast<SearchJob*>(argument));
-    system_search::search(job->query, job->text, job->flags, job->kind, job->limit);
+void run_search(const SearchJob& job) noexcept {
+    system_search::search(job.query, job.text, job.flags, job.kind, job.limit);
 }
 
 std::unique_ptr<Query> start_query(Engine& engine, const char* text, std::uint32_t flags,
@@ -68,11 +68,8 @@ std::unique_ptr<Query> start_query(Engine& engine, const char* text, std::uint32
     auto job =
         std::unique_ptr<SearchJob>(new (std::nothrow) SearchJob{*query, text, flags, kind, limit});
     if (job == nullptr) return nullptr;
-    if (query->thread.start(run_owned_search, job.get()) != system_search::platform::kSuccess) {
-        return nullptr;
-    }
-    static_cast<void>(job.release());
-    return query;
+    const auto error = system_search::start_owned<run_search>(query->thread, std::move(job));
+    return error == system_search::platform::kSuccess ? std::move(query) : nullptr;
 }
 
 // Null unless the query is done and holds a result at this position.

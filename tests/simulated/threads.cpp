@@ -95,6 +95,26 @@ void Mutex::unlock() noexcept {
     mutex_.unlock();
 }
 
+void Condition::wait(Mutex& mutex) noexcept {
+    std::unique_lock lock(mutex.mutex_, std::adopt_lock);
+    condition_.wait(lock);
+    lock.release();
+}
+
+void Condition::wait_for(Mutex& mutex, std::uint32_t milliseconds) noexcept {
+    std::unique_lock lock(mutex.mutex_, std::adopt_lock);
+    condition_.wait_for(lock, std::chrono::milliseconds(milliseconds));
+    lock.release();
+}
+
+void Condition::notify_one() noexcept {
+    condition_.notify_one();
+}
+
+void Condition::notify_all() noexcept {
+    condition_.notify_all();
+}
+
 Thread::~Thread() {
     if (joinable()) std::abort();
 }
