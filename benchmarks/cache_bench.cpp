@@ -205,10 +205,11 @@ void check(const Corpus& corpus, Fixture& fixture) {
 
     const CachedIndex cached = load(fixture);
     std::size_t at = 0;
-    for (const auto& shard : published_shards(*cached.index)) {
-        for (const Entry& entry : shard->entries) {
+    for (const auto& shard : take_snapshot(*cached.index).shards) {
+        for (std::uint32_t i = 0; i < shard->size(); ++i) {
+            const Entry entry = shard->entry(i);
             const CorpusEntry& wanted = corpus.entries[at++];
-            require(entry.path.view() == wanted.path && entry.kind == wanted.kind, "an entry");
+            require(entry.path == wanted.path && entry.kind == wanted.kind, "an entry");
         }
     }
     require(at == corpus.entries.size(), "the number of entries");
@@ -262,13 +263,15 @@ int run(std::size_t entries) {
     Fixture fixture;
     fill(corpus, fixture);
     check(corpus, fixture);
-    std::size_t block_bytes = 0;
-    for (const auto& shard : published_shards(fixture.index)) block_bytes += shard->block_bytes;
+    std::size_t index_bytes = 0;
+    for (const auto& shard : take_snapshot(fixture.index).shards) {
+        index_bytes += shard->memory_bytes();
+    }
     std::printf(
         "corpus    %zu entries from %s\ntimes     of the thread: median of %d (fastest to "
         "slowest)\nfile      %.1f MB; index %.1f MB, estimated %.1f MB\n",
         corpus.entries.size(), corpus.source.c_str(), kRuns,
-        static_cast<double>(fixture.bytes.size()) / 1e6, static_cast<double>(block_bytes) / 1e6,
+        static_cast<double>(fixture.bytes.size()) / 1e6, static_cast<double>(index_bytes) / 1e6,
         static_cast<double>(fixture.estimate) / 1e6);
 
     CachedIndex cached;

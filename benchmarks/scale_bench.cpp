@@ -128,10 +128,10 @@ void print_row(std::uint32_t areas) {
     require(entry_count(*index) == entries, "entries of the walk");
     double kept = 0;
     double estimate = 0;
-    for (const auto& shard : published_shards(*index)) {
-        kept += static_cast<double>(sizeof(Shard) + shard->block_bytes);
-        for (const Entry& entry : shard->entries) {
-            estimate += static_cast<double>(memory_estimate(entry.path.size()));
+    for (const auto& shard : take_snapshot(*index).shards) {
+        kept += static_cast<double>(shard->memory_bytes());
+        for (std::uint32_t i = 0; i < shard->size(); ++i) {
+            estimate += static_cast<double>(memory_estimate(shard->path_bytes(i)));
         }
     }
     const double nowhere = query_time(handle, "no such text", 0, 0);

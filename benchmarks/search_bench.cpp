@@ -11,7 +11,7 @@
 #include "corpus.hpp"
 #include "index/index.hpp"
 #include "method.hpp"
-#include "query/plain_scan.hpp"
+#include "query/reference_search.hpp"
 #include "query/scan.hpp"
 #include "system_search.h"
 
@@ -52,6 +52,26 @@ constexpr Row kRows[] = {
     {"wildcard", "????.*", 0, 0, 8},
     {"many stars", "*a*b*c*", 0, 0, 8},
     {"many stars", "*e*r*t*n*", 0, 0, 8},
+    {"ordinary", "jpg", 0, 0, 15},
+    {"ordinary", "foo", 0, 0, 15},
+    {"ordinary", "a", 0, 0, 15},
+    {"ordinary", "setup", 0, 0, 15},
+    {"ordinary", "*.pdf", 0, 0, 8},
+    {"ordinary", "*.py", 0, 0, 8},
+    {"ordinary", "*.png", 0, 0, 8},
+    {"ordinary", "2023*", 0, 0, 8},
+    {"ordinary", "img_*", 0, 0, 8},
+    {"ordinary", "test*.py", 0, 0, 8},
+    {"ordinary", "*.so.?", 0, 0, 8},
+    {"ordinary", "*config*.h", 0, 0, 8},
+    {"ordinary, case", "Makefile", SS_MATCH_CASE, 0, 15},
+    {"ordinary, case", "e", SS_MATCH_CASE, 0, 15},
+    {"ordinary, path", "src/main", SS_MATCH_PATH, 0, 10},
+    {"ordinary, path", "include/linux", SS_MATCH_PATH, 0, 10},
+    {"ordinary, path", "doc/readme", SS_MATCH_PATH, 0, 10},
+    {"ordinary, path", "*/bin/*", SS_MATCH_PATH, 0, 8},
+    {"ordinary, path", "*/test/*.py", SS_MATCH_PATH, 0, 8},
+    {"ordinary, path", "c:/usr/lib/*.so", SS_MATCH_PATH, 0, 8},
     {"path wildcard", "*/doc/*.gz", SS_MATCH_PATH, 0, 8},
     {"path wildcard", "c:/usr/*/python*", SS_MATCH_PATH, 0, 8},
     {"path, many stars", "*a*b*c*", SS_MATCH_PATH, 0, 8},
@@ -59,7 +79,7 @@ constexpr Row kRows[] = {
 
 struct Result {
     std::uint32_t matched = 0;
-    std::vector<const Entry*> entries;
+    std::vector<EntryRef> entries;
 };
 
 Result search(const ShardList& shards, const Row& row, std::uint32_t limit) {
@@ -71,11 +91,13 @@ Result search(const ShardList& shards, const Row& row, std::uint32_t limit) {
     return result;
 }
 
-bool same(const Result& result, const plain::Answer& answer) {
+bool same(const Result& result, const reference::Answer& answer) {
     if (result.matched != answer.matched) return false;
     if (result.entries.size() != answer.results.size()) return false;
     for (std::size_t i = 0; i < answer.results.size(); ++i) {
-        if (result.entries[i]->path.view() != answer.results[i]->path) return false;
+        if (result.entries[i].shard->entry(result.entries[i].number).path !=
+            answer.results[i]->path)
+            return false;
     }
     return true;
 }
@@ -117,7 +139,7 @@ int run(std::size_t count, std::uint32_t limit, const char* only_text) {
     print_method();
     const Corpus corpus = load_corpus(count);
     std::uint64_t estimate = 0;
-    std::vector<plain::Entry> plain_entries;
+    std::vector<Entry> plain_entries;
     plain_entries.reserve(corpus.entries.size());
     for (const CorpusEntry& entry : corpus.entries) {
         estimate += memory_estimate(entry.path.size());
@@ -136,7 +158,7 @@ int run(std::size_t count, std::uint32_t limit, const char* only_text) {
         shards.push_back(std::make_shared<const Shard>(batch));
         batch.clear();
         publishing_ms += thread_ms() - start;
-        kept_bytes += sizeof(Shard) + shards.back()->block_bytes;
+        kept_bytes += shards.back()->memory_bytes();
     }
     std::printf("index     %.3f of the memory estimate, %.0f ns an entry to publish\n",
                 static_cast<double>(kept_bytes) / static_cast<double>(estimate),
@@ -151,8 +173,8 @@ int run(std::size_t count, std::uint32_t limit, const char* only_text) {
     for (const Row& row : kRows) {
         if (only_text != nullptr && std::strcmp(row.text, only_text) != 0) continue;
         const Result result = search(shards, row, limit);
-        const plain::Answer answer =
-            plain::search(plain_entries, row.text, row.flags, row.kind, limit);
+        const reference::Answer answer =
+            reference::search(plain_entries, row.text, row.flags, row.kind, limit);
         if (!same(result, answer)) {
             std::printf("%-17s %-17s WRONG: %u, not %u\n", row.sort, row.text, result.matched,
                         answer.matched);
@@ -161,7 +183,7 @@ int run(std::size_t count, std::uint32_t limit, const char* only_text) {
         }
         const Times own = measure(21, thread_ms, [&] { search(shards, row, limit); });
         const Times plain = measure(3, thread_ms, [&] {
-            plain::search(plain_entries, row.text, row.flags, row.kind, limit);
+            reference::search(plain_entries, row.text, row.flags, row.kind, limit);
         });
         const double multiple = plain.median_ms / own.median_ms;
         std::printf("%-17s %-17s %9u %9.3f (%7.3f - %7.3f) %9.1f %7.1f %5.0f", row.sort, row.text,

@@ -2,6 +2,7 @@
 // so few bytes the call of the runtime's memchr or memcmp costs more than the work.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -51,6 +52,19 @@ inline bool equal_bytes(const char* a, const char* b, std::size_t bytes) {
 
 inline bool equal_bytes(std::string_view a, std::string_view b) {
     return a.size() == b.size() && equal_bytes(a.data(), b.data(), a.size());
+}
+
+// The last place of a byte in the text, or npos.
+inline std::size_t find_last(std::string_view text, char byte) {
+    const __m128i wanted = _mm_set1_epi8(byte);
+    std::size_t end = text.size();
+    for (; end >= 16; end -= 16) {
+        const __m128i found = _mm_cmpeq_epi8(detail::load_16(text.data() + end - 16), wanted);
+        const auto places = static_cast<std::uint32_t>(_mm_movemask_epi8(found));
+        if (places != 0) return end - 17 + static_cast<unsigned>(std::bit_width(places));
+    }
+    while (end != 0 && text[end - 1] != byte) --end;
+    return end - 1;
 }
 
 struct ByteKinds {

@@ -139,22 +139,6 @@ CacheReadResult read_record(Input& input, std::uint64_t& estimate, Batch& batch)
 
 }  // namespace
 
-const char* cache_read_failure(CacheReadResult result) noexcept {
-    switch (result) {
-        case CacheReadResult::kTextTooLong:
-            return "Invalid index path";
-        case CacheReadResult::kBadText:
-            return "Invalid index text";
-        case CacheReadResult::kTruncated:
-            return "Truncated index";
-        case CacheReadResult::kComplete:
-        case CacheReadResult::kNotUsable:
-        case CacheReadResult::kCancelled:
-            break;
-    }
-    return "";
-}
-
 CacheReadResult read_index_cache(platform::File& file, std::string_view scope,
                                  const std::atomic<bool>& cancel, CachedIndex& out) {
     Input input(file);

@@ -24,10 +24,6 @@ enum class CacheReadResult {
     kCancelled,
 };
 
-// What is wrong with the file, in English: a sentence for the three failures of its encoding, ""
-// for every other result.
-const char* cache_read_failure(CacheReadResult result) noexcept;
-
 struct CachedIndex {
     std::shared_ptr<Index> index;
     std::uint32_t skipped = 0;

@@ -6,6 +6,7 @@
 
 #include "common/path.hpp"
 #include "index/cache_format.hpp"
+#include "index/signature.hpp"
 #include "platform/platform.hpp"
 
 namespace system_search {
@@ -67,19 +68,21 @@ public:
         bytes(text);
     }
 
-    // A path with its padding behind it (kTextPadding), and a kind.
-    void record(StoredText path, std::uint32_t kind) {
-        const std::size_t path_bytes = path.size();
-        if (kCachePieceBytes - used_ < cache_record_bytes(path_bytes)) {
-            text(path.view());
-            integer(kind);
-            return;
-        }
-        char* const out = buffer_.get() + used_;
-        encode_cache_integer(static_cast<std::uint32_t>(path_bytes), out);
-        copy_padded(path.c_str(), path_bytes, out + kCacheIntegerBytes);
-        encode_cache_integer(kind, out + kCacheIntegerBytes + path_bytes);
+    // The path is `folder`, as stored, followed by the name of an entry.
+    void record(std::string_view folder, const Shard& shard, std::uint32_t entry) {
+        const std::string_view name = shard.folded_name(entry);
+        const std::size_t path_bytes = folder.size() + name.size();
+        if (kCachePieceBytes - used_ < cache_record_bytes(path_bytes)) flush();
+        char* out = buffer_.get() + used_;
         used_ += cache_record_bytes(path_bytes);
+
+        encode_cache_integer(static_cast<std::uint32_t>(path_bytes), out);
+        out += kCacheIntegerBytes;
+        copy_padded(folder, out);
+        out += folder.size();
+        shard.restore(name, out);
+        out += name.size();
+        encode_cache_integer(shard.has(kFolderBit, entry) ? kKindFolder : kKindFile, out);
     }
 
     void flush() {
@@ -92,11 +95,11 @@ public:
     void close() { file_.close(); }
 
 private:
-    // Whole vectors, up to kTextPadding - 1 bytes past the end on both sides: most paths take a few
-    // of them, and a call of memcpy for each path costs as much again as the copying.
-    static void copy_padded(const char* from, std::size_t bytes, char* to) {
-        for (std::size_t at = 0; at < bytes; at += kTextPadding) {
-            std::memcpy(to + at, from + at, kTextPadding);
+    // Whole vectors, with kTextPadding bytes behind both texts: most folders take a few of them,
+    // and a call of memcpy for each costs as much again as the copying.
+    static void copy_padded(std::string_view from, char* to) {
+        for (std::size_t at = 0; at < from.size(); at += kTextPadding) {
+            std::memcpy(to + at, from.data() + at, kTextPadding);
         }
     }
 
@@ -119,39 +122,34 @@ private:
     bool failed_ = false;
 };
 
-void write_contents(const CacheContents& contents, const std::atomic<bool>& cancel,
-                    Output& output) {
-    output.text(kCacheMagic);
-    output.text(contents.scope);
-    output.integer(published_entry_count(contents.index));
-    output.integer(contents.skipped);
-    output.integer(contents.limited);
-    for (const auto& shard : published_shards(contents.index)) {
-        if (cancel.load() || output.failed()) return;
-        for (const Entry& entry : shard->entries) {
-            // Paths lie behind one another, but the processor does not see that from the entries.
-            __builtin_prefetch(entry.path.c_str() + 768);
-            output.record(entry.path, entry.kind);
+void write_shard(const Shard& shard, std::vector<char>& folder, Output& output) {
+    for (const FolderRun& run : shard.runs()) {
+        const std::string_view folded = shard.folded_folder(run);
+        if (folder.size() < folded.size() + kTextPadding)
+            folder.resize(2 * folded.size() + 2 * kTextPadding);
+        shard.restore(folded, folder.data());
+        for (std::uint32_t i = run.first; i < shard.end_of(run); ++i) {
+            output.record({folder.data(), folded.size()}, shard, i);
         }
     }
 }
 
-}  // namespace
-
-const char* cache_write_failure(CacheWriteResult result) noexcept {
-    switch (result) {
-        case CacheWriteResult::kFolderFailed:
-            return "create_directories";
-        case CacheWriteResult::kWriteFailed:
-            return "Cannot write index cache";
-        case CacheWriteResult::kReplaceFailed:
-            return "Cannot replace index cache";
-        case CacheWriteResult::kReplaced:
-        case CacheWriteResult::kCancelled:
-            break;
+void write_contents(const CacheContents& contents, const std::atomic<bool>& cancel,
+                    Output& output) {
+    const Snapshot snapshot = take_snapshot(contents.index);
+    output.text(kCacheMagic);
+    output.text(contents.scope);
+    output.integer(snapshot.entry_count);
+    output.integer(contents.skipped);
+    output.integer(contents.limited);
+    std::vector<char> folder;  // room for one, as stored
+    for (const auto& shard : snapshot.shards) {
+        if (cancel.load() || output.failed()) return;
+        write_shard(*shard, folder, output);
     }
-    return "";
 }
+
+}  // namespace
 
 CacheWriteResult write_index_cache(const std::u16string& cache_path,
                                    const std::u16string& temporary_path,

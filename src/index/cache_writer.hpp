@@ -27,11 +27,8 @@ enum class CacheWriteResult {
     kReplaceFailed,  // the cache file cannot be replaced
 };
 
-// What failed, in English; "" for kReplaced and kCancelled.
-const char* cache_write_failure(CacheWriteResult result) noexcept;
-
 struct CacheContents {
-    const Index& index;  // after its last publication: it is read without its lock
+    const Index& index;  // after its last publication
     std::string_view scope;
     std::uint32_t skipped = 0;
     std::uint32_t limited = 0;

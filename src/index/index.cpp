@@ -5,7 +5,7 @@ namespace system_search {
 void publish_shard(Index& index, Batch& batch) {
     if (batch.empty()) return;
     auto shard = std::make_shared<const Shard>(batch);
-    const std::uint32_t count = shard->size;
+    const std::uint32_t count = shard->size();
     {
         platform::MutexLock lock(index.mutex);
         index.shards.push_back(std::move(shard));
@@ -14,21 +14,13 @@ void publish_shard(Index& index, Batch& batch) {
     batch.clear();
 }
 
-Snapshot take_snapshot(Index& index) {
+Snapshot take_snapshot(const Index& index) {
     platform::MutexLock lock(index.mutex);
     return {index.shards, index.entry_count, index.complete.load()};
 }
 
-std::uint32_t entry_count(Index& index) noexcept {
+std::uint32_t entry_count(const Index& index) noexcept {
     platform::MutexLock lock(index.mutex);
-    return index.entry_count;
-}
-
-const ShardList& published_shards(const Index& index) noexcept SS_NO_THREAD_SAFETY_ANALYSIS {
-    return index.shards;
-}
-
-std::uint32_t published_entry_count(const Index& index) noexcept SS_NO_THREAD_SAFETY_ANALYSIS {
     return index.entry_count;
 }
 

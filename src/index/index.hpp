@@ -1,4 +1,4 @@
-// The catalogue of everything found under an engine's scope.
+// The index of everything found under an engine's scope.
 //
 // One thread, the engine's build thread, publishes shards and sets `complete`; any number of
 // threads read. An Index is never edited after its run: every build makes a new one and the engine
@@ -18,7 +18,7 @@ namespace system_search {
 using ShardList = std::vector<std::shared_ptr<const Shard>>;
 
 struct Index {
-    platform::Mutex mutex;
+    mutable platform::Mutex mutex;
     ShardList shards SS_GUARDED_BY(mutex);               // only grows, and only at its end
     std::uint32_t entry_count SS_GUARDED_BY(mutex) = 0;  // the sum of the shards' sizes
     // True only when the index covers its whole scope. Goes from false to true at most once, after
@@ -38,12 +38,7 @@ struct Snapshot {
 // only.
 void publish_shard(Index& index, Batch& batch);
 
-Snapshot take_snapshot(Index& index);
-std::uint32_t entry_count(Index& index) noexcept;
-
-// The shards and their entries without the lock, for the build thread after its last publication:
-// it is the only writer, so nothing changes under it.
-const ShardList& published_shards(const Index& index) noexcept;
-std::uint32_t published_entry_count(const Index& index) noexcept;
+Snapshot take_snapshot(const Index& index);
+std::uint32_t entry_count(const Index& index) noexcept;
 
 }  // namespace system_search

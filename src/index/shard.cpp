@@ -3,191 +3,243 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <iterator>
-#include <new>
+#include <stdexcept>
+#include <type_traits>
+#include <utility>
 
-#include "common/bytes.hpp"
-#include "common/text.hpp"
-#include "index/shard_plan.hpp"
 #include "index/signature.hpp"
+
+#include <emmintrin.h>
 
 namespace system_search {
 namespace {
 
-// Hands out a block's memory from front to back; what needs the widest alignment comes first.
-class Cursor {
-public:
-    explicit Cursor(std::byte* at) : at_(at) {}
+// How many bytes are folded, or restored, at once.
+constexpr std::size_t kVector = 16;
+static_assert(kTextPadding >= 2 * kVector);
 
-    template <typename T>
-    T* take(std::size_t count) {
-        T* const taken = reinterpret_cast<T*>(at_);
-        at_ += count * sizeof(T);
-        return taken;
-    }
-
-    template <typename T>
-    const T* copy(const std::vector<T>& from) {
-        T* const taken = take<T>(from.size());
-        std::copy(from.begin(), from.end(), taken);
-        return taken;
-    }
-
-private:
-    std::byte* at_;
-};
-
-// These write at `out` and return the end of what they wrote.
-char* store_folded(std::string_view text, char* out) {
-    fold_into(text, out);
-    out[text.size()] = '\0';
-    return out + text.size() + 1;
+__m128i load(const char* from) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
 }
 
-char* store_length(std::string_view text, char* out) {
-    const auto length = static_cast<std::uint16_t>(text.size());
-    std::memcpy(out, &length, kLengthBytes);
-    return out + kLengthBytes;
+void store(char* to, __m128i vector) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), vector);
 }
 
-char* store_with_length(std::string_view text, char* out) {
-    out = store_length(text, out);
-    std::memcpy(out, text.data(), text.size());
-    out[text.size()] = '\0';
-    return out + text.size() + 1;
+// Folds 16 bytes in place. Returns a bit for each that was a capital.
+unsigned fold_vector(char* text) {
+    const __m128i bytes = load(text);
+    // Signed, so that bytes from 0x80 on are below "A".
+    const __m128i capitals = _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8('A' - 1)),
+                                           _mm_cmplt_epi8(bytes, _mm_set1_epi8('Z' + 1)));
+    store(text, _mm_or_si128(bytes, _mm_and_si128(capitals, _mm_set1_epi8('a' ^ 'A'))));
+    return static_cast<unsigned>(_mm_movemask_epi8(capitals));
 }
 
-Signature entry_signature(const Shard& shard, std::uint32_t i) {
-    const Entry& entry = shard.entries[i];
-    const std::string_view folded_name = shard.folded_name(i);
-    Signature signature = name_signature(folded_name);
-    const bool is_folder = entry.kind == kKindFolder;
-    const bool has_upper = !equal_bytes(entry.path.c_str() + entry.name_offset, folded_name.data(),
-                                        folded_name.size());
-    signature.words[0] |= std::uint64_t{is_folder} << kFolderBit;
-    signature.words[0] |= std::uint64_t{has_upper} << kUpperNameBit;
-    return signature;
+// All ones in those of 16 bytes whose bit is set.
+__m128i spread(unsigned bits) {
+    __m128i bytes = _mm_cvtsi32_si128(static_cast<int>(bits));
+    bytes = _mm_unpacklo_epi8(bytes, bytes);
+    bytes = _mm_shufflelo_epi16(bytes, _MM_SHUFFLE(1, 1, 0, 0));
+    bytes = _mm_unpacklo_epi32(bytes, bytes);
+    const __m128i bit_of_byte = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201));
+    return _mm_cmpeq_epi8(_mm_and_si128(bytes, bit_of_byte), bit_of_byte);
 }
 
-void fill_columns(const Shard& shard, std::uint64_t* columns) {
-    constexpr unsigned kSquares = std::size(Signature().words);
-    std::uint64_t squares[kSquares][64];
-    for (std::uint32_t word = 0; word < shard.words; ++word) {
-        const std::uint32_t first = word * 64;
-        const std::uint32_t rows = std::min(shard.size - first, std::uint32_t{64});
-        for (std::uint32_t row = 0; row < rows; ++row) {
-            const Signature signature = entry_signature(shard, first + row);
-            for (unsigned i = 0; i < kSquares; ++i) squares[i][row] = signature.words[i];
-        }
-        for (unsigned i = 0; i < kSquares; ++i) {
-            std::fill(squares[i] + rows, squares[i] + 64, 0);
-            transpose(squares[i]);
-        }
-        for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
-            columns[bit * shard.words + word] = squares[bit / 64][bit % 64];
-        }
-    }
+// The bytes of a bitmap of capitals, whole vectors of texts.
+std::size_t capitals_bytes(std::size_t text_bytes) {
+    return (text_bytes + kVector - 1) / kVector * (kVector / 8);
 }
 
-void fill_folder_pairs(const Shard& shard, FolderPairs& pairs) {
-    for (std::uint32_t i = 0; i < shard.run_count; ++i) {
-        const FolderRun& run = shard.runs[i];
-        pairs.add(shard.folded_folder(run), run.shared_bytes);
-    }
+// 16 bits of a bitmap from any position on.
+unsigned bits_at(const char* bitmap, std::size_t position) {
+    std::uint32_t bits;
+    std::memcpy(&bits, bitmap + position / 8, sizeof bits);
+    return bits >> position % 8 & 0xFFFF;
 }
 
-std::uint32_t count_folders(const Shard& shard) {
-    std::uint32_t folders = 0;
-    for (std::uint32_t word = 0; word < shard.words; ++word) {
-        folders += static_cast<std::uint32_t>(std::popcount(shard.column(kFolderBit)[word]));
-    }
-    return folders;
+// A bit for each of the first `bytes` of 16.
+unsigned first_bits(std::size_t bytes) {
+    return bytes < kVector ? (1u << bytes) - 1 : 0xFFFF;
 }
 
-bool has_non_ascii_name(const Shard& shard) {
-    const std::uint64_t* const end = shard.column(kNonAsciiBits + kNonAsciiClasses);
-    return std::any_of(shard.column(kNonAsciiBits), end,
-                       [](std::uint64_t word) { return word != 0; });
-}
-
-const Entry* least_entry(std::span<const Entry> entries) {
-    return &*std::min_element(entries.begin(), entries.end(), orders_before);
+// The first bytes of a name, so that a comparison of two such numbers tells which name comes
+// first, unless they are equal. 8 bytes from the name on must be readable.
+std::uint64_t leading_bytes(std::string_view name) {
+    std::uint64_t bytes;
+    std::memcpy(&bytes, name.data(), sizeof bytes);
+    bytes = __builtin_bswap64(bytes);
+    const std::size_t behind = sizeof bytes - std::min(name.size(), sizeof bytes);
+    return behind == sizeof bytes ? 0 : bytes >> 8 * behind << 8 * behind;
 }
 
 }  // namespace
 
-Shard::Shard(const Batch& batch) {
-    const ShardPlan plan(batch);
-    const std::size_t count = batch.size();
-    size = static_cast<std::uint32_t>(count);
-    words = (size + 63) / 64;
-    run_count = static_cast<std::uint32_t>(plan.runs.size() - 1);
-    ending_count = static_cast<std::uint32_t>(plan.endings.size());
-    const std::size_t column_words = std::size_t{kSignatureBits} * words;
-
-    block_bytes = count * sizeof(Entry) + sizeof(FolderPairs) +
-                  column_words * sizeof(std::uint64_t) + plan.endings.size() * sizeof(Ending) +
-                  (count + 1) * sizeof(std::uint32_t) + plan.runs.size() * sizeof(FolderRun) +
-                  plan.names_bytes + plan.folders_bytes + plan.paths_bytes + count + kTextPadding;
-    block_ = std::make_unique_for_overwrite<std::byte[]>(block_bytes);
-
-    Cursor cursor(block_.get());
-    auto* const all_entries = cursor.take<Entry>(count);
-    auto* const pairs = cursor.take<FolderPairs>(1);
-    auto* const all_columns = cursor.take<std::uint64_t>(column_words);
-    endings = cursor.copy(plan.endings);
-    auto* const starts = cursor.take<std::uint32_t>(count + 1);
-    runs = cursor.copy(plan.runs);
-    char* const all_names = cursor.take<char>(plan.names_bytes);
-    char* folder = cursor.take<char>(plan.folders_bytes);
-    char* path_out = cursor.take<char>(plan.paths_bytes);
-    ending_numbers = cursor.copy(plan.ending_numbers);
-    std::memset(cursor.take<char>(kTextPadding), 0, kTextPadding);
-
-    folder_texts = {folder, plan.folders_bytes};
-    std::vector<const char*> folded_folders(plan.folders.size());
-    for (std::size_t i = 0; i < folded_folders.size(); ++i) {
-        folder = store_length(plan.folders[i].text, folder);
-        folded_folders[i] = folder;
-        folder = store_folded(plan.folders[i].text, folder);
-    }
-
-    char* name = all_names;
-    for (std::size_t i = 0; i < count; ++i) {
-        const Batch::Record& record = batch.records()[i];
-        const ShardPlan::EntryPlan& planned = plan.entries[i];
-        const std::string_view path = batch.path(record);
-        starts[i] = static_cast<std::uint32_t>(name - all_names);
-        ::new (&all_entries[i]) Entry{StoredText(path_out + kLengthBytes),
-                                      {folded_folders[planned.folder], name},
-                                      planned.name_offset,
-                                      record.kind};
-        name = store_folded(path.substr(planned.name_offset), name);
-        path_out = store_with_length(path, path_out);
-    }
-    starts[count] = static_cast<std::uint32_t>(name - all_names);
-
-    entries = {all_entries, count};
-    name_starts = starts;
-    names = all_names;
-    least = least_entry(entries);
-    fill_columns(*this, all_columns);
-    columns = all_columns;
-    folders = count_folders(*this);
-    has_non_ascii = has_non_ascii_name(*this);
-    fill_folder_pairs(*this, *::new (pairs) FolderPairs{});
-    folder_pairs = pairs;
+// The sections of the block in their order; what needs the widest alignment comes first.
+template <typename Visit>
+void Shard::for_sections(Visit visit) {
+    visit(signatures_, std::size_t{kSignatureBits} * words_);
+    visit(runs_, std::size_t{run_count_} + 1);
+    visit(name_starts_, std::size_t{size_} + 1);
+    visit(capitals_, capitals_bytes(text_bytes_));
+    visit(texts_, text_bytes_);
+    visit(padding_, kTextPadding);
 }
 
-void Batch::add(std::string_view folder, std::string_view name, std::uint32_t kind) {
-    const std::size_t offset = texts_.size();
-    records_.push_back({offset, static_cast<std::uint32_t>(folder.size() + name.size()), kind});
-    texts_.append(folder).append(name);
+Shard::Shard(const Batch& batch)
+    : size_(static_cast<std::uint32_t>(batch.size())),
+      words_((size_ + 63) / 64),
+      run_count_(static_cast<std::uint32_t>(batch.runs().size())),
+      text_bytes_(batch.folder_texts().size() + batch.names().size()) {
+    for_sections(
+        [&](auto*& section, std::size_t count) { block_bytes_ += sizeof *section * count; });
+    block_ = std::make_unique_for_overwrite<std::byte[]>(block_bytes_);
+    std::byte* at = block_.get();
+    for_sections([&](auto*& section, std::size_t count) {
+        section = reinterpret_cast<std::remove_reference_t<decltype(section)>>(at);
+        at += sizeof *section * count;
+    });
+
+    FolderRun* const closing = std::copy(batch.runs().begin(), batch.runs().end(), runs_);
+    *closing = {0, 0, static_cast<std::uint16_t>(size_)};
+    fill_texts(batch);
+    fill_signatures(batch);
+    least_ = find_least();
 }
 
-void Batch::clear() {
-    texts_.clear();
-    records_.clear();
+void Shard::fill_texts(const Batch& batch) {
+    const std::string_view folders = batch.folder_texts();
+    const std::string_view names = batch.names();
+    std::memcpy(texts_, folders.data(), folders.size());
+    std::memcpy(texts_ + folders.size(), names.data(), names.size());
+    const auto first_name = static_cast<std::uint32_t>(folders.size());
+    for (std::uint32_t i = 0; i < size_; ++i) {
+        name_starts_[i] = first_name + batch.name_starts()[i];
+    }
+    name_starts_[size_] = static_cast<std::uint32_t>(text_bytes_);
+
+    std::memset(padding_, 0, kTextPadding);
+    char* capitals = capitals_;
+    for (std::size_t at = 0; at < text_bytes_; at += kVector) {
+        const auto bits = static_cast<std::uint16_t>(fold_vector(texts_ + at));
+        std::memcpy(capitals, &bits, sizeof bits);
+        capitals += sizeof bits;
+    }
+    if (capitals != texts_) throw std::logic_error("A section of a shard has another size.");
+}
+
+void Shard::fill_signatures(const Batch& batch) {
+    std::fill_n(signatures_, std::size_t{kSignatureBits} * words_, 0);
+    for (std::uint32_t i = 0; i < size_; ++i) {
+        std::uint64_t* const word = signatures_ + i / 64;
+        const std::uint64_t mask = std::uint64_t{1} << i % 64;
+        const std::string_view name = folded_name(i);
+        for_signature_bits(name, [&](unsigned bit) { word[std::size_t{bit} * words_] |= mask; });
+        if (has_capitals(name)) word[std::size_t{kCapitalBit} * words_] |= mask;
+    }
+    std::copy_n(batch.folder_bits().begin(), words_,
+                signatures_ + std::size_t{kFolderBit} * words_);
+    for (std::uint32_t word = 0; word < words_; ++word) {
+        folders_ += static_cast<std::uint32_t>(std::popcount(signature(kFolderBit)[word]));
+    }
+}
+
+// The least entry of each run is the one with the least name; only these are compared as paths.
+std::uint32_t Shard::find_least() const {
+    std::uint32_t least = 0;
+    for (const FolderRun& run : runs()) {
+        std::uint32_t run_least = run.first;
+        std::uint64_t least_bytes = leading_bytes(folded_name(run_least));
+        for (std::uint32_t i = run.first + 1u; i < end_of(run); ++i) {
+            const std::uint64_t bytes = leading_bytes(folded_name(i));
+            if (bytes > least_bytes) continue;
+            if (bytes == least_bytes && !orders_before({this, i}, {this, run_least})) continue;
+            run_least = i;
+            least_bytes = bytes;
+        }
+        if (orders_before({this, run_least}, {this, least})) least = run_least;
+    }
+    return least;
+}
+
+const FolderRun& Shard::run_of(std::uint32_t entry) const {
+    const auto all = runs();
+    return *(std::upper_bound(
+                 all.begin(), all.end(), entry,
+                 [](std::uint32_t number, const FolderRun& run) { return number < run.first; }) -
+             1);
+}
+
+bool Shard::has_capitals(std::string_view folded) const {
+    const auto start = static_cast<std::size_t>(folded.data() - texts_);
+    for (std::size_t at = 0; at < folded.size(); at += kVector) {
+        if ((bits_at(capitals_, start + at) & first_bits(folded.size() - at)) != 0) return true;
+    }
+    return false;
+}
+
+void Shard::restore(std::string_view folded, char* out) const {
+    const auto start = static_cast<std::size_t>(folded.data() - texts_);
+    for (std::size_t at = 0; at < folded.size(); at += kVector) {
+        const __m128i capitals = spread(bits_at(capitals_, start + at));
+        store(out + at, _mm_xor_si128(load(folded.data() + at),
+                                      _mm_and_si128(capitals, _mm_set1_epi8('a' ^ 'A'))));
+    }
+}
+
+Entry Shard::entry(std::uint32_t number) const {
+    const std::string_view folder = folded_folder(run_of(number));
+    const std::string_view name = folded_name(number);
+    std::string path(folder.size() + name.size() + kTextPadding, '\0');
+    restore(folder, path.data());
+    restore(name, path.data() + folder.size());
+    path.resize(folder.size() + name.size());
+    return {std::move(path), has(kFolderBit, number) ? kKindFolder : kKindFile};
+}
+
+namespace {
+
+// Compares whole folded paths where they lie. A name holds no "/", and a folder ends in one: where
+// one folder continues beyond the other, that continuation and the other's name differ within
+// both.
+int compare_folded(std::string_view a_folder, std::string_view a_name, std::string_view b_folder,
+                   std::string_view b_name) {
+    const std::size_t common = std::min(a_folder.size(), b_folder.size());
+    if (a_folder.data() != b_folder.data()) {
+        const int order = a_folder.substr(0, common).compare(b_folder.substr(0, common));
+        if (order != 0) return order;
+    }
+    if (a_folder.size() < b_folder.size()) return a_name.compare(b_folder.substr(common));
+    if (a_folder.size() > b_folder.size()) return a_folder.substr(common).compare(b_name);
+    return a_name.compare(b_name);
+}
+
+}  // namespace
+
+// Of stored texts that fold alike, that one comes first which has the first capital that the other
+// has not: capitals come before small letters.
+int Shard::compare_stored(const Shard& a, std::string_view a_folded, const Shard& b,
+                          std::string_view b_folded) {
+    const auto capital = [](const Shard& shard, const char* at) {
+        return bits_at(shard.capitals_, static_cast<std::size_t>(at - shard.texts_)) & 1;
+    };
+    for (std::size_t i = 0; i < a_folded.size(); ++i) {
+        const unsigned of_a = capital(a, a_folded.data() + i);
+        const unsigned of_b = capital(b, b_folded.data() + i);
+        if (of_a != of_b) return of_a != 0 ? -1 : 1;
+    }
+    return 0;
+}
+
+bool orders_before(EntryRef a, EntryRef b) {
+    const std::string_view a_folder = a.shard->folded_folder(a.shard->run_of(a.number));
+    const std::string_view b_folder = b.shard->folded_folder(b.shard->run_of(b.number));
+    const std::string_view a_name = a.shard->folded_name(a.number);
+    const std::string_view b_name = b.shard->folded_name(b.number);
+    int order = compare_folded(a_folder, a_name, b_folder, b_name);
+    if (order == 0) order = Shard::compare_stored(*a.shard, a_folder, *b.shard, b_folder);
+    if (order == 0) order = Shard::compare_stored(*a.shard, a_name, *b.shard, b_name);
+    return order < 0;
 }
 
 }  // namespace system_search

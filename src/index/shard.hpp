@@ -1,21 +1,14 @@
-// A shard: at most 1024 neighbouring entries and their texts, never changed once built.
+// A shard: at most 1024 neighbouring entries, never changed once built.
 //
-// Producers collect paths in a Batch, which belongs to one thread. Building a shard copies them
-// into one exactly sized block and derives all that makes a scan cheap, once, so that no query
-// prepares anything per entry.
+// An entry is a number, its name, its kind and its folder; there is no record per entry. All texts
+// are kept folded, each once, with one bit for each of their bytes that tells whether it was a
+// capital: that restores what was stored. Everything lies in one exactly sized block:
 //
-// The block, in this order:
-//
-//   entries      Entry[n]
-//   folder pairs which pairs of bytes the folders hold
-//   columns      the names' signatures, one bitmap per signature bit
-//   endings      the different endings of the names
-//   name starts  uint32[n + 1], positions in `names`
-//   runs         FolderRun[runs + 1], neighbours that share a folder
-//   names        the folded names, each closed by a NUL, in entry order
-//   folders      length, folded folder, NUL; each shared by all its entries
-//   paths        per entry: length, path, NUL
-//   ending numbers  uint8[n], per entry
+//   signatures   kSignatureBits bitmaps with one bit per entry, see index/signature.hpp
+//   name starts  uint32[n + 1], positions in the texts
+//   runs         FolderRun[runs + 1]: neighbours of one folder; the last one closes them
+//   capitals     one bit per byte of the texts
+//   texts        every different folder once, then the names in the order of the entries
 //   padding      so that vectors may be loaded from any byte of any text
 //
 // A reader needs no lock: it holds a reference to the shard and only reads.
@@ -27,97 +20,97 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "index/ending.hpp"
+#include "index/batch.hpp"
 #include "index/entry.hpp"
-#include "index/folder_pairs.hpp"
 
 namespace system_search {
 
-inline constexpr std::size_t kShardEntries = 1024;
 // Readable bytes behind every text of a shard.
 inline constexpr std::size_t kTextPadding = 32;
 
-class Batch;
-
-// Neighbouring entries whose stored folders (the path before the name) are equal.
-struct FolderRun {
-    std::uint32_t folder_start;  // into the folder texts
-    std::uint16_t first;         // its first entry
-    // How much of the folder is the same as in the run before: whole components, so that it ends
-    // behind a "/". 0 in the first run.
-    std::uint16_t shared_bytes;
-};
-
-struct Shard {
-    // Of 1 to kShardEntries entries. Throws std::bad_alloc.
+class Shard {
+public:
+    // Of a batch that is not empty. Throws std::bad_alloc.
     explicit Shard(const Batch& batch);
     Shard(const Shard&) = delete;
     Shard& operator=(const Shard&) = delete;
 
-    const std::uint64_t* column(unsigned signature_bit) const {
-        return columns + std::size_t{signature_bit} * words;
+    std::uint32_t size() const { return size_; }             // how many entries
+    std::uint32_t words() const { return words_; }           // of a bitmap with one bit per entry
+    std::uint32_t folder_count() const { return folders_; }  // how many entries are folders
+    std::uint32_t least() const { return least_; }           // the first entry in result order
+    std::size_t memory_bytes() const { return sizeof(Shard) + block_bytes_; }
+
+    // The bitmap of a signature bit, of words() words. Bits beyond the last entry are 0.
+    const std::uint64_t* signature(unsigned bit) const {
+        return signatures_ + std::size_t{bit} * words_;
+    }
+    bool has(unsigned signature_bit, std::uint32_t entry) const {
+        return (signature(signature_bit)[entry / 64] >> entry % 64 & 1) != 0;
+    }
+
+    std::span<const FolderRun> runs() const { return {runs_, run_count_}; }
+    // The entry behind the last one of a run.
+    std::uint32_t end_of(const FolderRun& run) const { return (&run + 1)->first; }
+    const FolderRun& run_of(std::uint32_t entry) const;
+
+    std::string_view folder_texts() const { return {texts_, name_starts_[0]}; }
+    std::string_view folded_folder(const FolderRun& run) const {
+        return {texts_ + run.start, run.bytes};
     }
     std::string_view folded_name(std::uint32_t entry) const {
-        return {names + name_starts[entry], name_starts[entry + 1] - name_starts[entry] - 1};
-    }
-    std::string_view folded_folder(const FolderRun& run) const {
-        return StoredText(folder_texts.data() + run.folder_start).view();
+        return {texts_ + name_starts_[entry], name_starts_[entry + 1] - name_starts_[entry]};
     }
 
-    std::span<const Entry> entries;
-    std::uint32_t size;   // how many entries
-    std::uint32_t words;  // the 64-bit words of a bitmap with one bit per entry
+    // Whether a folded text of this shard differs from what was stored.
+    bool has_capitals(std::string_view folded) const;
+    // Writes what was stored for a folded text of this shard, and garbage behind it: `out` needs
+    // room for kTextPadding bytes more.
+    void restore(std::string_view folded, char* out) const;
 
-    const std::uint64_t* columns;  // kSignatureBits bitmaps of `words` words each
-    const FolderPairs* folder_pairs;
-    const FolderRun* runs;  // `run_count` of them, and one more whose `first` is `size`
-    std::uint32_t run_count;
-    std::uint32_t folders;  // how many entries are folders
-    bool has_non_ascii;     // a name holds other bytes than ASCII
+    std::size_t path_bytes(std::uint32_t entry) const {
+        return run_of(entry).bytes + folded_name(entry).size();
+    }
+    Entry entry(std::uint32_t number) const;
 
-    const std::uint32_t* name_starts;  // into `names`; one more closes the last
-    const char* names;
-    std::string_view folder_texts;  // every folder of the runs once, and the lengths
-    const Entry* least;             // the first in result order
-
-    const Ending* endings;               // `ending_count` of them
-    const std::uint8_t* ending_numbers;  // per entry: 1 is the first of `endings`, 0 is none
-    std::uint32_t ending_count;
-
-    std::size_t block_bytes;
+    // The order of what was stored for two texts that fold alike: below, above or 0.
+    static int compare_stored(const Shard& a, std::string_view a_folded, const Shard& b,
+                              std::string_view b_folded);
 
 private:
+    template <typename Visit>
+    void for_sections(Visit visit);
+    void fill_texts(const Batch& batch);
+    void fill_signatures(const Batch& batch);
+    std::uint32_t find_least() const;
+
+    std::uint32_t size_;
+    std::uint32_t words_;
+    std::uint32_t run_count_;
+    std::uint32_t folders_ = 0;
+    std::uint32_t least_;
+    std::size_t text_bytes_;
+    std::size_t block_bytes_ = 0;
     std::unique_ptr<std::byte[]> block_;
+
+    // Into the block.
+    std::uint64_t* signatures_;
+    std::uint32_t* name_starts_;
+    FolderRun* runs_;
+    char* capitals_;
+    char* texts_;
+    char* padding_;
 };
 
-// The entries not yet published, in the order in which they were found. Its memory is kept from
-// shard to shard.
-class Batch {
-public:
-    struct Record {
-        std::size_t path_offset;  // into texts()
-        std::uint32_t path_bytes;
-        std::uint32_t kind;
-    };
-
-    // The path is `folder` followed by `name`, at most kMaxPathBytes together. The split carries
-    // no meaning: it saves a caller that has the parts from joining them.
-    void add(std::string_view folder, std::string_view name, std::uint32_t kind);
-    void add(std::string_view path, std::uint32_t kind) { add(path, {}, kind); }
-    void clear();
-
-    bool empty() const { return records_.empty(); }
-    std::size_t size() const { return records_.size(); }
-    std::span<const Record> records() const { return records_; }
-    std::string_view path(const Record& record) const {
-        return std::string_view(texts_).substr(record.path_offset, record.path_bytes);
-    }
-
-private:
-    std::string texts_;
-    std::vector<Record> records_;
+// An entry of some shard.
+struct EntryRef {
+    const Shard* shard;
+    std::uint32_t number;
 };
+
+// The result order: whole paths, so that results come grouped by folder; by folded path, then by
+// stored path, as unsigned bytes.
+bool orders_before(EntryRef a, EntryRef b);
 
 }  // namespace system_search

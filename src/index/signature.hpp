@@ -1,11 +1,10 @@
-// What a name holds, in 168 bits: which bytes, which pairs of neighbouring bytes, and where it
-// begins with a "." within its first bytes.
+// What a name holds, in 160 bits: which bytes, and which pairs of neighbouring bytes (bigrams).
 //
-// A shard keeps the signatures of its names as columns: one bitmap per signature bit, with one bit
+// A shard keeps the signatures of its names bit-sliced: one bitmap per signature bit, with one bit
 // per entry. All names that may hold "report" are then the intersection of a few bitmaps of 128
 // bytes, whatever the length of the names. A signature never misses: a name that holds a byte or a
-// pair has its bit. It may have the bit for another reason as well, unless the byte or the pair has
-// a bit of its own.
+// bigram has its bit. It may have the bit for another reason as well, unless the byte or the bigram
+// has a bit of its own.
 #pragma once
 
 #include <array>
@@ -15,37 +14,29 @@
 
 namespace system_search {
 
-inline constexpr unsigned kSignatureBits = 168;
+inline constexpr unsigned kSignatureBits = 160;
 
-inline constexpr unsigned kFolderBit = 0;      // the entry is a folder
-inline constexpr unsigned kUpperNameBit = 1;   // the stored name is not its own folded copy
-inline constexpr unsigned kNonAsciiBits = 56;  // 8 bits; a byte of 0x80 or above sets one of them
-inline constexpr unsigned kNonAsciiClasses = 8;
-inline constexpr unsigned kDotBits = 160;  // 8 bits: the name's byte at 0 to 7 is a "."
-inline constexpr unsigned kDotPlaces = 8;
-
-struct Signature {
-    // 64 bits for the two above and the bytes of the name, 96 for its pairs, 8 for its dots.
-    std::uint64_t words[(kSignatureBits + 63) / 64];
-};
+inline constexpr unsigned kFolderBit = 0;   // the entry is a folder
+inline constexpr unsigned kCapitalBit = 1;  // the name as stored holds a capital
+inline constexpr unsigned kFirstBigramBit = 64;
 
 namespace detail {
 
 inline constexpr std::string_view kBytesWithOwnBit =
     "abcdefghijklmnopqrstuvwxyz0123456789.-_ ()+,~@=&#";
 
-// The most frequent pairs of real file names. Sharing their bits would fill the columns of others.
-inline constexpr std::string_view kPairsWithOwnBit =
+// The most frequent bigrams of real file names. Sharing their bits would fill the bitmaps of
+// others.
+inline constexpr std::string_view kBigramsWithOwnBit =
     "erinngstontedeatreestiraleorcoasmalaenarlimerialntanseiticrotoio";
-static_assert(kPairsWithOwnBit.size() == 64);
+static_assert(kBigramsWithOwnBit.size() == 64);
 
 // The class of a byte is its bit. Beyond the bytes with a bit of their own, 5 classes hold the rest
 // of ASCII and 8 the bytes of longer code points. NUL, which no name holds, is class 0.
 constexpr std::array<std::uint8_t, 256> byte_bits() {
     std::array<std::uint8_t, 256> bits{};
     for (unsigned byte = 1; byte < 256; ++byte) {
-        bits[byte] = static_cast<std::uint8_t>(
-            byte < 0x80 ? 51 + byte % 5 : kNonAsciiBits + byte % kNonAsciiClasses);
+        bits[byte] = static_cast<std::uint8_t>(byte < 0x80 ? 51 + byte % 5 : 56 + byte % 8);
     }
     for (std::size_t i = 0; i < kBytesWithOwnBit.size(); ++i) {
         bits[static_cast<unsigned char>(kBytesWithOwnBit[i])] = static_cast<std::uint8_t>(2 + i);
@@ -60,26 +51,27 @@ constexpr unsigned byte_class(char byte) {
     return kByteBits[static_cast<unsigned char>(byte)];
 }
 
-using PairBits = std::array<std::array<std::uint8_t, 64>, 64>;
+using BigramBits = std::array<std::array<std::uint8_t, 64>, 64>;
 
-constexpr PairBits pair_bits() {
-    constexpr std::size_t kOwn = kPairsWithOwnBit.size() / 2;
-    constexpr std::size_t kShared = kDotBits - 64 - kOwn;
-    PairBits bits{};
+constexpr BigramBits bigram_bits() {
+    constexpr std::size_t kOwn = kBigramsWithOwnBit.size() / 2;
+    constexpr std::size_t kShared = kSignatureBits - kFirstBigramBit - kOwn;
+    BigramBits bits{};
     for (std::uint32_t first = 0; first < 64; ++first) {
         for (std::uint32_t second = 0; second < 64; ++second) {
             const std::uint32_t hash = (first * 64 + second) * 0x9E3779B1u >> 16;
-            bits[first][second] = static_cast<std::uint8_t>(64 + kOwn + (hash * kShared >> 16));
+            bits[first][second] =
+                static_cast<std::uint8_t>(kFirstBigramBit + kOwn + (hash * kShared >> 16));
         }
     }
     for (std::size_t i = 0; i < kOwn; ++i) {
-        bits[byte_class(kPairsWithOwnBit[2 * i])][byte_class(kPairsWithOwnBit[2 * i + 1])] =
-            static_cast<std::uint8_t>(64 + i);
+        bits[byte_class(kBigramsWithOwnBit[2 * i])][byte_class(kBigramsWithOwnBit[2 * i + 1])] =
+            static_cast<std::uint8_t>(kFirstBigramBit + i);
     }
     return bits;
 }
 
-inline constexpr PairBits kPairBits = pair_bits();
+inline constexpr BigramBits kBigramBits = bigram_bits();
 
 }  // namespace detail
 
@@ -94,19 +86,25 @@ constexpr bool has_own_bit(char byte) {
 }
 
 // The bit of two neighbouring folded bytes. A NUL stands for the name's beginning and its end.
-constexpr unsigned pair_bit(char first, char second) {
-    return detail::kPairBits[detail::byte_class(first)][detail::byte_class(second)];
+constexpr unsigned bigram_bit(char first, char second) {
+    return detail::kBigramBits[detail::byte_class(first)][detail::byte_class(second)];
 }
 
-// True when no other pair sets this pair's bit.
+// True when no other bigram sets this bigram's bit.
 constexpr bool has_own_bit(char first, char second) {
-    return pair_bit(first, second) < 64 + detail::kPairsWithOwnBit.size() / 2;
+    return bigram_bit(first, second) < kFirstBigramBit + detail::kBigramsWithOwnBit.size() / 2;
 }
 
-// 7 bytes behind the name must be readable.
-Signature name_signature(std::string_view folded_name) noexcept;
-
-// Turns 64 rows of bits into columns: bit j of row i becomes bit i of row j.
-void transpose(std::uint64_t (&rows)[64]) noexcept;
+// Calls set(bit) for every bit of a name, for some of them more than once.
+template <typename Set>
+void for_signature_bits(std::string_view folded_name, Set set) {
+    char before = '\0';
+    for (const char byte : folded_name) {
+        set(byte_bit(byte));
+        set(bigram_bit(before, byte));
+        before = byte;
+    }
+    set(bigram_bit(before, '\0'));
+}
 
 }  // namespace system_search

@@ -116,7 +116,7 @@ void run_listing(const ListingJob& job) noexcept {
     const std::uint32_t state =
         guarded<std::uint32_t>(SS_QUERY_FAILED, [&] { return Listing(query).read(job.directory); });
     if (state == SS_QUERY_RUNNING) {
-        search(query, job.text, job.flags, job.kind, job.limit);
+        search(query, job.arguments);
     } else {
         query.state.exchange(state);
     }

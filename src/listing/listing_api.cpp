@@ -12,13 +12,13 @@ namespace {
 
 using system_search::ListingJob;
 using system_search::Query;
+using system_search::SearchArguments;
 
-std::unique_ptr<Query> start_query(const char* directory, const char* text, std::uint32_t flags,
-                                   std::uint32_t kind, std::uint32_t limit) {
+std::unique_ptr<Query> start_query(const char* directory, SearchArguments arguments) {
     auto query = std::unique_ptr<Query>(new (std::nothrow) Query);
     if (query == nullptr) return nullptr;
     auto job = std::unique_ptr<ListingJob>(
-        new (std::nothrow) ListingJob{query.get(), directory, text, flags, kind, limit});
+        new (std::nothrow) ListingJob{query.get(), directory, std::move(arguments)});
     if (job == nullptr) return nullptr;
     const auto error = system_search::start_listing(std::move(job));
     return error == system_search::platform::kSuccess ? std::move(query) : nullptr;
@@ -28,13 +28,12 @@ std::unique_ptr<Query> start_query(const char* directory, const char* text, std:
 
 SystemSearchQuery* ss_query_directory(const char* directory, const char* text, uint32_t flags,
                                       uint32_t kind, uint32_t limit) {
-    if (directory == nullptr || *directory == '\0' || text == nullptr ||
-        flags > (SS_MATCH_PATH | SS_MATCH_CASE) || kind > SS_KIND_FOLDER || limit < 1 ||
-        limit > SS_MAX_RESULTS) {
+    if (directory == nullptr || *directory == '\0' ||
+        !system_search::are_search_arguments(text, flags, kind, limit)) {
         return nullptr;
     }
     return system_search::guarded<SystemSearchQuery*>(nullptr, [&] {
         return reinterpret_cast<SystemSearchQuery*>(
-            start_query(directory, text, flags, kind, limit).release());
+            start_query(directory, {text, flags, kind, limit}).release());
     });
 }

@@ -4,25 +4,20 @@
 #include <utility>
 
 namespace system_search {
-namespace {
 
-constexpr auto kBefore = [](const Entry* a, const Entry* b) { return orders_before(*a, *b); };
-
-}  // namespace
-
-void Candidates::offer(const Entry& entry) {
+void Candidates::offer(EntryRef entry) {
     if (!would_keep(entry)) return;
     if (heap_.size() < limit_) {
-        heap_.push_back(&entry);
+        heap_.push_back(entry);
     } else {
-        std::pop_heap(heap_.begin(), heap_.end(), kBefore);
-        heap_.back() = &entry;
+        std::pop_heap(heap_.begin(), heap_.end(), orders_before);
+        heap_.back() = entry;
     }
-    std::push_heap(heap_.begin(), heap_.end(), kBefore);
+    std::push_heap(heap_.begin(), heap_.end(), orders_before);
 }
 
-std::vector<const Entry*> Candidates::take_sorted() {
-    std::sort_heap(heap_.begin(), heap_.end(), kBefore);
+std::vector<EntryRef> Candidates::take_sorted() {
+    std::sort_heap(heap_.begin(), heap_.end(), orders_before);
     return std::exchange(heap_, {});
 }
 

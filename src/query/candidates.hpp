@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "index/entry.hpp"
+#include "index/shard.hpp"
 
 namespace system_search {
 
@@ -14,19 +14,19 @@ public:
     explicit Candidates(std::size_t limit) : limit_(limit) {}
 
     // Whether offering the entry would keep it. Never, if not for an entry that orders before it.
-    bool would_keep(const Entry& entry) const {
-        return heap_.size() < limit_ || orders_before(entry, *heap_.front());
+    bool would_keep(EntryRef entry) const {
+        return heap_.size() < limit_ || orders_before(entry, heap_.front());
     }
     // Keeps the entry if it is among the `limit` least so far. Of entries with equal texts the
     // one met first stays. Throws std::bad_alloc.
-    void offer(const Entry& entry);
+    void offer(EntryRef entry);
 
     // Gives the entries in result order; nothing is left here.
-    std::vector<const Entry*> take_sorted();
+    std::vector<EntryRef> take_sorted();
 
 private:
     std::size_t limit_;
-    std::vector<const Entry*> heap_;
+    std::vector<EntryRef> heap_;
 };
 
 }  // namespace system_search

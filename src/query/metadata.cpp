@@ -19,9 +19,9 @@ constexpr std::int64_t kSecondsFrom1601To1970 = 11'644'473'600;
 
 }  // namespace
 
-ResultMetadata read_metadata(const Entry& entry, std::u16string& wide_path) {
+ResultMetadata read_metadata(std::string_view path, std::u16string& wide_path) {
     wide_path.clear();
-    if (!append_wide(entry.path.view(), wide_path)) throw TextError("A path is not valid UTF-8.");
+    if (!append_wide(path, wide_path)) throw TextError("A path is not valid UTF-8.");
 
     ResultMetadata metadata{};
     platform::FileInformation file;

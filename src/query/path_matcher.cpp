@@ -13,236 +13,128 @@ bool holds_separator(std::string_view text) {
     return text.find('/') != kNone;
 }
 
-// Cuts a piece behind its last "/".
-std::string_view folder_part(std::string_view piece) {
-    return piece.substr(0, piece.rfind('/') + 1);
+// The two sides of a text's last "/".
+std::string_view folder_part(std::string_view text) {
+    return text.substr(0, text.rfind('/') + 1);
 }
-std::string_view name_part(std::string_view piece) {
-    return piece.substr(piece.rfind('/') + 1);
+std::string_view name_part(std::string_view text) {
+    return text.substr(text.rfind('/') + 1);
 }
 
-std::string_view longest_component(std::string_view text) {
-    std::string_view longest;
-    while (!text.empty()) {
-        const std::string_view component = text.substr(0, text.find('/'));
-        if (component.size() > longest.size()) longest = component;
-        text.remove_prefix(std::min(text.size(), component.size() + 1));
-    }
-    return longest;
+std::string probe_of(const Pattern& pattern) {
+    if (!pattern.prefix.empty() || pattern.inner.empty()) return {};
+    const std::string_view first = pattern.inner[0].text();
+    std::string probe(holds_separator(first) ? folder_part(first) : first);
+    fold_into(probe, probe.data());
+    // All folders of a shard are searched in one go, which nothing interrupts.
+    constexpr std::size_t kLongestName = 255;
+    return probe.size() <= kLongestName ? probe : std::string();
 }
 
 }  // namespace
 
-PathMatcher::PathMatcher(const Pattern& pattern, const std::atomic<bool>& cancel)
-    : pattern_(pattern), cancel_(cancel), parts_(pattern), wildcard_(pattern.text, cancel) {
-    for (std::size_t i = 0; i <= pattern.parts.size(); ++i) rests_.push_back(rest_after(i));
-    prefix_rest_ = rest_in_prefix();
-    if (pattern.prefix.empty() && !pattern.parts.empty()) {
-        component_ = longest_component(pattern.parts[0]);
-        fold_into(component_, component_.data());
-        // All folders of a shard are searched in one go, which nothing interrupts.
-        constexpr std::size_t kLongestName = 255;
-        const bool usual = !component_.empty() && component_.size() <= kLongestName;
-        if (usual) component_search_.emplace(component_);
-    }
+PathMatcher::PathMatcher(const Pattern& pattern)
+    : pattern_(pattern),
+      prefix_(pattern.prefix),
+      probe_text_(probe_of(pattern)),
+      probe_(probe_text_) {
+    for (std::size_t i = 0; i <= pattern.inner.size(); ++i) rests_.push_back(rest_after(i));
+    rests_.push_back(rest_of_prefix());
 }
 
 // ---- What is left for the names -----------------------------------------------------------------
 
-PathMatcher::Rest PathMatcher::rest_after(std::size_t parts) const {
-    Rest rest;
-    rest.part = parts;
-    if (parts < pattern_.parts.size() && holds_separator(pattern_.parts[parts])) {
-        rest.folder_end = folder_part(pattern_.parts[parts]);
-        rest.begin = name_part(pattern_.parts[parts]);
-        rest.possible = !rest.begin.empty();  // it would lie in the folder
-        ++rest.part;
+std::optional<PathMatcher::Rest> PathMatcher::rest_after(std::size_t literals) const {
+    NameTerms terms;
+    terms.inner = std::span(pattern_.inner).subspan(literals);
+    if (terms.inner.empty() || !holds_separator(terms.inner[0].text())) {
+        return rest_with("", terms);
     }
-    require_names(rest);
-    return rest;
+    const std::string_view cut = terms.inner[0].text();
+    terms.begin = name_part(cut);
+    if (terms.begin.empty()) return std::nullopt;  // it would lie in the folder
+    terms.inner = terms.inner.subspan(1);
+    return rest_with(folder_part(cut), terms);
 }
 
-PathMatcher::Rest PathMatcher::rest_in_prefix() const {
-    Rest rest;
-    rest.folder_end = folder_part(pattern_.prefix);
-    rest.begin = name_part(pattern_.prefix);
-    require_names(rest);
-    return rest;
+std::optional<PathMatcher::Rest> PathMatcher::rest_of_prefix() const {
+    NameTerms terms;
+    terms.begin = name_part(pattern_.prefix);
+    terms.inner = pattern_.inner;
+    return rest_with(folder_part(pattern_.prefix), terms);
 }
 
-void PathMatcher::require_names(Rest& rest) const {
-    rest.end = pattern_.suffix;
+std::optional<PathMatcher::Rest> PathMatcher::rest_with(std::string_view folder_end,
+                                                        NameTerms terms) const {
+    for (const Literal& literal : terms.inner) {
+        if (holds_separator(literal.text())) return std::nullopt;
+    }
+    terms.end = name_part(pattern_.suffix);
+    terms.match_case = pattern_.match_case;
     if (holds_separator(pattern_.suffix)) {
         // The suffix takes the whole name, so that nothing else has room there.
-        rest.possible = rest.possible && rest.begin.empty() && rest.folder_end.empty() &&
-                        rest.part == pattern_.parts.size();
-        rest.folder_end = folder_part(pattern_.suffix);
-        rest.end = name_part(pattern_.suffix);
-        rest.whole = true;
+        if (!folder_end.empty() || !terms.inner.empty()) return std::nullopt;
+        folder_end = folder_part(pattern_.suffix);
+        terms.is_end_only = true;
     }
-    rest.filter.require(rest.begin, /*begins=*/true, /*ends=*/false);
-    for (std::size_t i = rest.part; i < pattern_.parts.size(); ++i) {
-        rest.possible = rest.possible && !holds_separator(pattern_.parts[i]);
-        rest.filter.require(pattern_.parts[i], /*begins=*/false, /*ends=*/false);
-    }
-    rest.filter.require(rest.end, /*begins=*/rest.whole, /*ends=*/true);
+    return Rest{folder_end, NameMatcher(terms)};
 }
 
-// ---- Shards -----------------------------------------------------------------------------------
+// ---- Shards -------------------------------------------------------------------------------------
 
-void PathMatcher::match(const Shard& shard, EntryBits& bits) {
-    if (pattern_.needs_rule) {
-        match_by_rule(shard, bits);
-        return;
-    }
-    EntryBits candidates;
-    std::copy_n(bits, shard.words, candidates);
-    candidates_ = &candidates;
-    for (Rest& rest : rests_) rest.applied = false;
-    prefix_rest_.applied = false;
-
-    if (no_folder_holds_the_first_part(shard)) {
-        keep_names(shard, 0, shard.size, rests_[0], bits);
-        return;
-    }
-    part_ends_.clear();
-    const bool skips_folders = pattern_.match_case && rests_[0].folder_end.empty();
-    for (std::uint32_t i = 0; i < shard.run_count && !cancel_; ++i) {
-        const FolderRun& run = shard.runs[i];
-        const std::uint32_t end = shard.runs[i + 1].first;
-        Rest* const rest = skips_folders && lacks_the_first_part(shard, run)
-                               ? &rests_[0]
-                               : match_folder(subject_folder(shard, run), run.shared_bytes);
-        if (rest == &nothing_) continue;
-        if (rest != nullptr) {
-            keep_names(shard, run.first, end, *rest, bits);
+void PathMatcher::match(Subject& subject, EntryBits& bits, const std::atomic<bool>& cancel) const {
+    const Shard& shard = subject.shard();
+    if (probe_.size() != 0 && probe_.find(shard.folder_texts()) == kNone) {
+        // Every folder leaves the whole pattern.
+        if (rests_[0] && rests_[0]->folder_end.empty()) {
+            rests_[0]->names.match(subject, bits, cancel);
         } else {
-            for_words(run.first, end,
-                      [&](std::uint32_t word, std::uint64_t mask) { bits[word] &= ~mask; });
+            std::fill_n(bits, shard.words(), 0);
         }
-    }
-}
-
-std::string_view PathMatcher::subject_folder(const Shard& shard, const FolderRun& run) const {
-    const std::string_view folded = shard.folded_folder(run);
-    if (!pattern_.match_case) return folded;
-    return {shard.entries[run.first].path.c_str(), folded.size()};
-}
-
-bool PathMatcher::no_folder_holds_the_first_part(const Shard& shard) const {
-    if (!component_search_) return false;
-    for (std::size_t i = 1; i < component_.size(); ++i) {
-        if (!shard.folder_pairs->has(component_[i - 1], component_[i])) return true;
-    }
-    return !component_search_->in(shard.folder_texts);
-}
-
-// Whether the folder is seen not to hold the first part by its folded text alone. Its stored text
-// lies with the paths, which is far away.
-bool PathMatcher::lacks_the_first_part(const Shard& shard, const FolderRun& run) {
-    if (!component_search_) return false;
-    while (!part_ends_.empty() && part_ends_.back() > run.shared_bytes) part_ends_.pop_back();
-    if (!part_ends_.empty()) return false;
-    const std::string_view folder = shard.folded_folder(run);
-    const std::size_t known =
-        run.shared_bytes - std::min<std::size_t>(run.shared_bytes, component_.size() - 1);
-    return !component_search_->in(folder.substr(known));
-}
-
-void PathMatcher::prefetch(const Shard& shard) const {
-    if (component_search_ && component_.size() > 1) {
-        prefetch_bytes(shard.folder_pairs->word_of(component_[0]), sizeof(std::uint64_t));
-        prefetch_bytes(shard.folder_pairs->word_of(component_[1]), sizeof(std::uint64_t));
-    }
-    rests_[0].filter.prefetch(shard);
-}
-
-// Matches the parts as far to the left as they go, as far as they go. Returns what is left for the
-// names; null when no name will do.
-PathMatcher::Rest* PathMatcher::match_folder(std::string_view folder, std::size_t shared_bytes) {
-    const std::string_view prefix = pattern_.prefix;
-    if (!folder.starts_with(prefix.substr(0, folder.size()))) {
-        part_ends_.clear();
-        return nullptr;
-    }
-    if (folder.size() < prefix.size()) {
-        part_ends_.clear();
-        const bool fits = prefix_rest_.possible && folder.size() == prefix.rfind('/') + 1;
-        return fits ? &prefix_rest_ : nullptr;
+        return;
     }
 
-    while (!part_ends_.empty() && part_ends_.back() > shared_bytes) part_ends_.pop_back();
-    // The next part does not lie in what this folder shares with the one before.
-    std::size_t from = part_ends_.empty() ? prefix.size() : part_ends_.back();
-    for (std::size_t part = part_ends_.size(); part < pattern_.parts.size(); ++part) {
-        const std::size_t bytes = pattern_.parts[part].size();
-        const std::size_t known = shared_bytes - std::min(shared_bytes, bytes - 1);
-        const std::size_t start = std::max(from, known);
-        const std::size_t place = parts_[part].find(folder.substr(std::min(start, folder.size())));
-        if (place == kNone) break;
-        from = start + place + bytes;
-        part_ends_.push_back(from);
+    EntryBits left[Pattern::kMostLiterals + 2];  // for each rest the entries of its folders
+    for (std::size_t i = 0; i < rests_.size(); ++i) std::fill_n(left[i], shard.words(), 0);
+    for (const FolderRun& run : shard.runs()) {
+        if (cancel) return;
+        const std::size_t rest = number_of_rest(subject.folder(run));
+        if (rest == kNone) continue;
+        for_words(run.first, shard.end_of(run),
+                  [&](std::uint32_t word, std::uint64_t mask) { left[rest][word] |= mask; });
     }
 
-    const bool all = part_ends_.size() == pattern_.parts.size();
-    if (all && pattern_.suffix.empty()) return &nothing_;
-    Rest& rest = rests_[part_ends_.size()];
-    const bool fits = rest.possible && folder.size() - from >= rest.folder_end.size() &&
-                      folder.ends_with(rest.folder_end);
-    return fits ? &rest : nullptr;
-}
-
-// Keeps those of the entries from `first` to `end` whose names are what is left.
-void PathMatcher::keep_names(const Shard& shard, std::uint32_t first, std::uint32_t end, Rest& rest,
-                             EntryBits& bits) {
-    if (!rest.applied) {
-        rest.applied = true;
-        std::copy_n(*candidates_, shard.words, rest.names);
-        if (!rest.possible || !rest.filter.apply(shard, rest.names)) {
-            std::fill_n(rest.names, shard.words, 0);
-        }
-    }
-    for_words(first, end, [&](std::uint32_t word, std::uint64_t mask) {
-        bits[word] &= rest.names[word] | ~mask;
-    });
-    // Where folders were not looked at, this is the time.
-    const bool check_folder = &rest == &rests_[0] && !rest.folder_end.empty();
-    keep_if(bits, first, end, cancel_, [&](std::uint32_t i) {
-        const std::string_view name = subject_name(pattern_, shard, i);
-        if (rest.whole && name.size() != rest.end.size()) return false;
-        if (!parts_.matches(name, rest.begin, rest.part, rest.end)) return false;
-        if (!check_folder) return true;
-        const Entry& entry = shard.entries[i];
-        return (pattern_.match_case ? entry.path.view().substr(0, entry.name_offset)
-                                    : entry.folded_folder())
-            .ends_with(rest.folder_end);
-    });
-}
-
-void PathMatcher::match_by_rule(const Shard& shard, EntryBits& bits) {
-    for (std::uint32_t i = 0; i < shard.run_count && !cancel_; ++i) {
-        const std::uint32_t first = shard.runs[i].first;
-        const std::uint32_t end = shard.runs[i + 1].first;
+    EntryBits matches{};
+    for (std::size_t i = 0; i < rests_.size(); ++i) {
         std::uint64_t any = 0;
-        for_words(first, end,
-                  [&](std::uint32_t word, std::uint64_t mask) { any |= bits[word] & mask; });
-        if (any == 0) continue;
-
-        path_ = subject_folder(shard, shard.runs[i]);
-        const std::size_t folder_bytes = path_.size();
-        Wildcard::State state;
-        auto outcome = Wildcard::Outcome::kOpen;
-        if (folder_bytes != 0) {  // up to the "/"
-            outcome = wildcard_.advance(path_, folder_bytes - 1, state);
+        for (std::uint32_t word = 0; word < shard.words(); ++word) {
+            any |= left[i][word] &= bits[word];
         }
-        if (outcome == Wildcard::Outcome::kAccepted) continue;
-        keep_if(bits, first, end, cancel_, [&](std::uint32_t entry) {
-            if (outcome == Wildcard::Outcome::kRejected) return false;
-            path_.resize(folder_bytes);
-            path_ += subject_name(pattern_, shard, entry);
-            return wildcard_.finish(path_, state);
-        });
+        if (any == 0) continue;
+        rests_[i]->names.match(subject, left[i], cancel);
+        for (std::uint32_t word = 0; word < shard.words(); ++word) matches[word] |= left[i][word];
     }
+    std::copy_n(matches, shard.words(), bits);
+}
+
+// Takes each literal as far to the left as it goes, which leaves the most room to the others. kNone
+// when no name will do.
+std::size_t PathMatcher::number_of_rest(std::string_view folder) const {
+    if (folder.size() < prefix_.size()) {
+        const std::optional<Rest>& rest = rests_.back();
+        return rest && folder == rest->folder_end ? rests_.size() - 1 : kNone;
+    }
+    if (!prefix_.is_at(folder.data())) return kNone;
+    folder.remove_prefix(prefix_.size());
+    std::size_t number = 0;
+    for (; number < pattern_.inner.size(); ++number) {
+        const Literal& literal = pattern_.inner[number];
+        const std::size_t place = literal.find(folder);
+        if (place == kNone) break;
+        folder.remove_prefix(place + literal.size());
+    }
+    const std::optional<Rest>& rest = rests_[number];
+    return rest && folder.ends_with(rest->folder_end) ? number : kNone;
 }
 
 }  // namespace system_search

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "index/entry.hpp"
@@ -16,6 +17,18 @@
 #include "system_search.h"
 
 namespace system_search {
+
+// What a query asks for.
+struct SearchArguments {
+    std::string text;
+    std::uint32_t flags;  // SS_MATCH_...
+    std::uint32_t kind;   // SS_KIND_...
+    std::uint32_t limit;  // 1 to SS_MAX_RESULTS
+};
+
+// Whether a query may be made of these, as they come from the host.
+bool are_search_arguments(const char* text, std::uint32_t flags, std::uint32_t kind,
+                          std::int64_t limit) noexcept;
 
 struct Query {
     // Started by the function that made the query, joined by ss_query_destroy.
@@ -27,10 +40,9 @@ struct Query {
     // thread fills them.
     std::uint32_t index_entries = 0;
     std::uint32_t index_incomplete = 0;
-    ShardList shards;  // keeps every result alive
-    // Query thread. The results are in their final order and point into `shards`.
-    std::vector<const Entry*> results;
-    std::vector<ResultMetadata> metadata;  // at the same positions as `results`
+    ShardList shards;
+    std::vector<Entry> results;            // query thread; in their final order
+    std::vector<ResultMetadata> metadata;  // query thread; at the same positions as `results`
 };
 
 }  // namespace system_search

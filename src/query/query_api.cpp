@@ -1,11 +1,13 @@
 // The exported functions of a query. Each is a few lines over what the stages below do:
 //
-//   search      the query thread's routine: scan, order, metadata, publish   search.cpp
-//   pattern     the query text, folded, with its mode                        pattern.cpp
-//   wildcard    "*" and "?"                                                  wildcard.cpp
-//   candidates  the best matches so far, and the result order                candidates.cpp
-//   metadata    size and time of a result                                    metadata.cpp
-//   query       the fields all of them share, and who writes them            query.hpp
+//   search            the query thread's routine: scan, results, metadata    search.cpp
+//   pattern           what the query text means                              pattern.cpp
+//   scan              shard after shard: match, count, offer                 scan.cpp
+//   signature filter  which names may match at all                           signature_filter.cpp
+//   name, path and rule matchers    which of them do                         name_matcher.cpp, ...
+//   candidates        the best matches so far                                candidates.cpp
+//   metadata          size and time of a result                              metadata.cpp
+//   query             the fields all of them share, and who writes them      query.hpp
 #include <cstddef>
 #include <memory>
 #include <new>
@@ -24,6 +26,7 @@ namespace {
 using system_search::Engine;
 using system_search::Index;
 using system_search::Query;
+using system_search::SearchArguments;
 using system_search::Snapshot;
 
 static_assert(sizeof(QueryStatus) == 20 && offsetof(QueryStatus, state) == 0 &&
@@ -43,18 +46,14 @@ Query* query_of(SystemSearchQuery* handle) {
 // What a query thread works on; it owns the record.
 struct SearchJob {
     Query& query;  // outlives the thread: ss_query_destroy joins it
-    std::string text;
-    std::uint32_t flags;
-    std::uint32_t kind;
-    std::uint32_t limit;
+    SearchArguments arguments;
 };
 
 void run_search(const SearchJob& job) noexcept {
-    system_search::search(job.query, job.text, job.flags, job.kind, job.limit);
+    system_search::search(job.query, job.arguments);
 }
 
-std::unique_ptr<Query> start_query(Engine& engine, const char* text, std::uint32_t flags,
-                                   std::uint32_t kind, std::uint32_t limit) {
+std::unique_ptr<Query> start_query(Engine& engine, SearchArguments arguments) {
     auto query = std::unique_ptr<Query>(new (std::nothrow) Query);
     if (query == nullptr) return nullptr;
 
@@ -66,7 +65,7 @@ std::unique_ptr<Query> start_query(Engine& engine, const char* text, std::uint32
     query->index_incomplete = snapshot.complete ? 0 : 1;
 
     auto job =
-        std::unique_ptr<SearchJob>(new (std::nothrow) SearchJob{*query, text, flags, kind, limit});
+        std::unique_ptr<SearchJob>(new (std::nothrow) SearchJob{*query, std::move(arguments)});
     if (job == nullptr) return nullptr;
     const auto error = system_search::start_owned<run_search>(query->thread, std::move(job));
     return error == system_search::platform::kSuccess ? std::move(query) : nullptr;
@@ -81,15 +80,20 @@ const Query* with_result(SystemSearchQuery* handle, std::uint32_t index) {
 
 }  // namespace
 
+bool system_search::are_search_arguments(const char* text, std::uint32_t flags, std::uint32_t kind,
+                                         std::int64_t limit) noexcept {
+    return text != nullptr && flags <= (SS_MATCH_PATH | SS_MATCH_CASE) && kind <= SS_KIND_FOLDER &&
+           limit >= 1 && limit <= SS_MAX_RESULTS;
+}
+
 SystemSearchQuery* ss_query(SystemSearchEngine* engine, const char* text, uint32_t flags,
                             uint32_t kind, int32_t limit) {
-    if (engine == nullptr || text == nullptr || flags > (SS_MATCH_PATH | SS_MATCH_CASE) ||
-        kind > SS_KIND_FOLDER || limit < 1 || limit > SS_MAX_RESULTS) {
+    if (engine == nullptr || !system_search::are_search_arguments(text, flags, kind, limit)) {
         return nullptr;
     }
     return system_search::guarded<SystemSearchQuery*>(nullptr, [&] {
         auto query =
-            start_query(engine_of(engine), text, flags, kind, static_cast<std::uint32_t>(limit));
+            start_query(engine_of(engine), {text, flags, kind, static_cast<std::uint32_t>(limit)});
         return reinterpret_cast<SystemSearchQuery*>(query.release());
     });
 }
@@ -109,12 +113,12 @@ void ss_query_poll(SystemSearchQuery* handle, QueryStatus* out) {
 
 const char* ss_query_path(SystemSearchQuery* handle, uint32_t index) {
     const Query* const query = with_result(handle, index);
-    return query == nullptr ? nullptr : query->results[index]->path.c_str();
+    return query == nullptr ? nullptr : query->results[index].path.c_str();
 }
 
 uint32_t ss_query_kind(SystemSearchQuery* handle, uint32_t index) {
     const Query* const query = with_result(handle, index);
-    return query == nullptr ? 0 : query->results[index]->kind;
+    return query == nullptr ? 0 : query->results[index].kind;
 }
 
 int32_t ss_query_metadata(SystemSearchQuery* handle, uint32_t index, ResultMetadata* out) {

@@ -1,52 +1,80 @@
 #include "query/scan.hpp"
 
-#include <bit>
+#include <algorithm>
+#include <variant>
 
-#include "common/bytes.hpp"
-#include "query/shard_matcher.hpp"
+#include "index/signature.hpp"
+#include "query/entry_bits.hpp"
+#include "query/name_matcher.hpp"
+#include "query/path_matcher.hpp"
+#include "query/rule_matcher.hpp"
+#include "query/subject.hpp"
+#include "system_search.h"
 
 namespace system_search {
 namespace {
 
-void offer_all(const Shard& shard, const EntryBits& bits, Candidates& candidates) {
-    for (std::uint32_t word = 0; word < shard.words; ++word) {
-        for (std::uint64_t rest = bits[word]; rest != 0; rest &= rest - 1) {
-            const auto bit = static_cast<std::uint32_t>(std::countr_zero(rest));
-            candidates.offer(shard.entries[word * 64 + bit]);
-        }
-    }
+using Matcher = std::variant<NameMatcher, PathMatcher, RuleMatcher>;
+
+NameTerms whole_pattern(const Pattern& pattern) {
+    NameTerms terms;
+    terms.begin = pattern.prefix;
+    terms.inner = pattern.inner;
+    terms.end = pattern.suffix;
+    terms.match_case = pattern.match_case;
+    return terms;
 }
 
-// Where nearly every shard is passed over at a glance, waiting for the memory is all the work that
-// there is. Each step follows a pointer that the step before it, some shards ago, has asked for.
-void prefetch_ahead(const ShardList& shards, std::size_t i, const ShardMatcher& matcher) {
-    if (i + 4 < shards.size()) prefetch_bytes(shards[i + 4].get(), sizeof(Shard));
-    if (i + 2 < shards.size()) matcher.prefetch(*shards[i + 2]);
+Matcher matcher_for(const Pattern& pattern, const std::atomic<bool>& cancel) {
+    if (pattern.needs_rule) return Matcher(std::in_place_type<RuleMatcher>, pattern, cancel);
+    if (pattern.match_path) return Matcher(std::in_place_type<PathMatcher>, pattern);
+    return Matcher(std::in_place_type<NameMatcher>, whole_pattern(pattern));
+}
+
+std::uint32_t count_of_kind(const Shard& shard, std::uint32_t kind) {
+    if (kind == SS_KIND_ANY) return shard.size();
+    return kind == SS_KIND_FOLDER ? shard.folder_count() : shard.size() - shard.folder_count();
+}
+
+void set_bits_of_kind(const Shard& shard, std::uint32_t kind, EntryBits& bits) {
+    const std::uint64_t* const folders = shard.signature(kFolderBit);
+    for (std::uint32_t word = 0; word < shard.words(); ++word) {
+        bits[word] = kind == SS_KIND_ANY      ? ~std::uint64_t{0}
+                     : kind == SS_KIND_FOLDER ? folders[word]
+                                              : ~folders[word];
+    }
+    if (shard.size() % 64 != 0) {
+        bits[shard.words() - 1] &= ~(~std::uint64_t{0} << shard.size() % 64);
+    }
 }
 
 }  // namespace
 
 bool scan(const ShardList& shards, const Pattern& pattern, std::uint32_t kind,
           const std::atomic<bool>& cancel, Candidates& candidates, std::uint32_t& matched) {
-    ShardMatcher matcher(pattern, kind, cancel);
+    const Matcher matcher = matcher_for(pattern, cancel);
+    const bool takes_all = pattern.matches_everything();
+    Subject subject(pattern.match_case);
     EntryBits bits;
-    for (std::size_t i = 0; i < shards.size(); ++i) {
+    for (const std::shared_ptr<const Shard>& shared : shards) {
         if (cancel) return false;
-        prefetch_ahead(shards, i, matcher);
-        const Shard& shard = *shards[i];
-        // When not even the shard's least entry could become a result, counting is enough.
-        if (const auto count = matcher.count_all(shard)) {
-            matched += *count;
-            if (*count == 0 || !candidates.would_keep(*shard.least)) continue;
-            matcher.match(shard, bits);
-        } else {
-            matcher.match(shard, bits);
-            if (cancel) return false;  // it may have stopped half way
-            const std::uint32_t found = count_bits(shard, bits);
+        const Shard& shard = *shared;
+        subject.set_shard(shard);
+        std::uint32_t found = count_of_kind(shard, kind);
+        // Of a shard whose least entry is no candidate, the number of matches is enough.
+        if (takes_all && !candidates.would_keep({&shard, shard.least()})) {
             matched += found;
-            if (found == 0 || !candidates.would_keep(*shard.least)) continue;
+            continue;
         }
-        offer_all(shard, bits, candidates);
+        set_bits_of_kind(shard, kind, bits);
+        if (!takes_all) {
+            std::visit([&](const auto& each) { each.match(subject, bits, cancel); }, matcher);
+            if (cancel) return false;  // it may have stopped half way
+            found = count_bits(shard, bits);
+        }
+        matched += found;
+        if (found == 0 || !candidates.would_keep({&shard, shard.least()})) continue;
+        for_bits(shard, bits, [&](std::uint32_t entry) { candidates.offer({&shard, entry}); });
     }
     return true;
 }

@@ -12,30 +12,29 @@ namespace system_search {
 namespace {
 
 // Returns the run's final state.
-std::uint32_t run(Query& query, std::string_view text, std::uint32_t flags, std::uint32_t kind,
-                  std::uint32_t limit) {
-    const Pattern pattern(text, flags);
-    Candidates candidates(limit);
-    if (!scan(query.shards, pattern, kind, query.cancel, candidates, query.matched)) {
+std::uint32_t run(Query& query, const SearchArguments& arguments) {
+    const Pattern pattern(arguments.text, arguments.flags);
+    Candidates candidates(arguments.limit);
+    if (!scan(query.shards, pattern, arguments.kind, query.cancel, candidates, query.matched)) {
         return SS_QUERY_CANCELLED;
     }
-    query.results = candidates.take_sorted();
-
-    query.metadata.reserve(query.results.size());
+    const std::vector<EntryRef> best = candidates.take_sorted();
+    query.results.reserve(best.size());
+    query.metadata.reserve(best.size());
     std::u16string wide_path;
-    for (const Entry* const result : query.results) {
+    for (const EntryRef result : best) {
         if (query.cancel) return SS_QUERY_CANCELLED;
-        query.metadata.push_back(read_metadata(*result, wide_path));
+        query.results.push_back(result.shard->entry(result.number));
+        query.metadata.push_back(read_metadata(query.results.back().path, wide_path));
     }
     return SS_QUERY_DONE;
 }
 
 }  // namespace
 
-void search(Query& query, std::string_view text, std::uint32_t flags, std::uint32_t kind,
-            std::uint32_t limit) noexcept {
-    const std::uint32_t state = guarded<std::uint32_t>(
-        SS_QUERY_FAILED, [&] { return run(query, text, flags, kind, limit); });
+void search(Query& query, const SearchArguments& arguments) noexcept {
+    const std::uint32_t state =
+        guarded<std::uint32_t>(SS_QUERY_FAILED, [&] { return run(query, arguments); });
     query.state.exchange(state);
 }
 

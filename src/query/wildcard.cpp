@@ -16,22 +16,22 @@ std::size_t next_code_point(std::string_view text, std::size_t position) {
 
 }  // namespace
 
-Wildcard::Wildcard(std::string_view pattern, const std::atomic<bool>& cancel)
-    : pattern_(pattern), suffix_(pattern.substr(pattern.find_last_of("*?") + 1)), cancel_(cancel) {
+Wildcard::Wildcard(const Pattern& pattern, const std::atomic<bool>& cancel)
+    : pattern_(pattern.text), suffix_(pattern.pieces.back().text), cancel_(cancel) {
     unsigned char head[sizeof head_] = {};
     unsigned char literal[sizeof head_] = {};
     unsigned char high[sizeof head_] = {};
-    head_bytes_ = std::min({pattern.find('*'), pattern.size(), sizeof head});
+    head_bytes_ = std::min(pattern.head.size(), sizeof head);
     for (std::size_t i = 0; i < head_bytes_; ++i) {
         high[i] = 0x80;
-        if (pattern[i] == '?') continue;
-        head[i] = static_cast<unsigned char>(pattern[i]);
+        if (pattern.head[i] == '?') continue;
+        head[i] = static_cast<unsigned char>(pattern.head[i]);
         literal[i] = 0xFF;
     }
     std::memcpy(&head_, head, sizeof head_);
     std::memcpy(&head_literal_, literal, sizeof head_);
     std::memcpy(&head_high_, high, sizeof head_);
-    head_decides_ = pattern.size() == head_bytes_ + 1 && pattern.back() == '*';
+    head_decides_ = pattern_.size() == head_bytes_ + 1 && pattern_.back() == '*';
 }
 
 bool Wildcard::matches(std::string_view subject) const {

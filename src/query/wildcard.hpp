@@ -1,4 +1,4 @@
-// The wildcard rule: "*" stands for any run of code points, also none, "?" for exactly one.
+// The wildcard rule, step by step: for the patterns that literals do not tell.
 #pragma once
 
 #include <atomic>
@@ -6,12 +6,9 @@
 #include <cstdint>
 #include <string_view>
 
-namespace system_search {
+#include "query/pattern.hpp"
 
-// A byte that continues a UTF-8 code point.
-constexpr bool is_continuation(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
-}
+namespace system_search {
 
 class Wildcard {
 public:
@@ -24,8 +21,9 @@ public:
     };
     enum class Outcome { kOpen, kAccepted, kRejected };
 
-    // The pattern must outlive this, and holds no "**". `cancel` ends a long match as rejected.
-    Wildcard(std::string_view pattern, const std::atomic<bool>& cancel);
+    // For a pattern that needs the rule, which outlives this. `cancel` ends a long match as
+    // rejected.
+    Wildcard(const Pattern& pattern, const std::atomic<bool>& cancel);
 
     // Whether the pattern matches all of the subject, behind which 8 bytes must be readable.
     bool matches(std::string_view subject) const;

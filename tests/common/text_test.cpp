@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "common/plain_text.hpp"
+#include "common/reference_text.hpp"
 
 namespace system_search {
 namespace {
@@ -32,7 +32,8 @@ std::string hex(std::u16string_view text) {
     return out;
 }
 
-// Empty when every decoding function agrees with the judge's answer, else what went wrong.
+// Empty when every decoding function agrees with the reference implementation, else what went
+// wrong.
 std::string decoding_fault(std::string_view text, bool valid, const std::u16string& expected) {
     // A copy without slack behind it, so that a sanitizer sees a read past the end.
     const std::vector<char> exact(text.begin(), text.end());
@@ -65,13 +66,13 @@ std::string encoding_fault(std::u16string_view text, bool valid, const std::stri
 
 std::string decoding_fault(std::string_view text) {
     std::u16string expected;
-    const bool valid = plain_decode(text, expected);
+    const bool valid = reference_decode(text, expected);
     return decoding_fault(text, valid, expected);
 }
 
 std::string encoding_fault(std::u16string_view text) {
     std::string expected;
-    const bool valid = plain_encode(text, expected);
+    const bool valid = reference_encode(text, expected);
     return encoding_fault(text, valid, expected);
 }
 
@@ -182,20 +183,20 @@ TEST(Text, a_failed_conversion_says_why_in_english) {
 
 TEST(Text, every_code_point_converts_both_ways) {
     for (char32_t c = 0; c <= kLastCodePoint; ++c) {
-        const std::string utf8 = plain_utf8(c);
+        const std::string utf8 = reference_utf8(c);
         const bool valid = is_scalar_value(c);
-        const std::string fault = decoding_fault(utf8, valid, valid ? plain_utf16(c) : u"");
+        const std::string fault = decoding_fault(utf8, valid, valid ? reference_utf16(c) : u"");
         ASSERT_EQ(fault, "");
-        ASSERT_EQ(encoding_fault(plain_utf16(c), valid, valid ? utf8 : ""), "");
+        ASSERT_EQ(encoding_fault(reference_utf16(c), valid, valid ? utf8 : ""), "");
     }
 }
 
-TEST(Text, every_sequence_of_one_two_or_three_bytes_is_judged_right) {
+TEST(Text, every_sequence_of_one_two_or_three_bytes_is_converted_right) {
     for (unsigned a = 0; a < 0x100; ++a) {
         ASSERT_EQ(decoding_fault(bytes_of({a})), "");
         for (unsigned b = 0; b < 0x100; ++b) ASSERT_EQ(decoding_fault(bytes_of({a, b})), "");
     }
-    // Behind an ASCII byte the rest is a sequence of two bytes, which has just been judged.
+    // Behind an ASCII byte the rest is a sequence of two bytes, which has just been checked.
     std::string text(3, '\0');
     for (unsigned a = 0x80; a < 0x100; ++a) {
         for (unsigned b = 0; b < 0x100; ++b) {
@@ -204,7 +205,7 @@ TEST(Text, every_sequence_of_one_two_or_three_bytes_is_judged_right) {
                 text[1] = static_cast<char>(b);
                 text[2] = static_cast<char>(c);
                 std::u16string expected;
-                const bool valid = plain_decode(text, expected);
+                const bool valid = reference_decode(text, expected);
                 ASSERT_EQ(is_valid_utf8(text), valid) << hex(text);
                 std::u16string wide;
                 ASSERT_EQ(append_wide(text, wide), valid) << hex(text);
@@ -214,7 +215,7 @@ TEST(Text, every_sequence_of_one_two_or_three_bytes_is_judged_right) {
     }
 }
 
-TEST(Text, every_four_byte_lead_is_judged_right_with_every_second_byte) {
+TEST(Text, every_four_byte_lead_is_converted_right_with_every_second_byte) {
     // The bytes at both edges of the trail range and just outside it.
     const unsigned kThird[] = {0x00, 0x7F, 0x80, 0xBF, 0xC0, 0xFF};
     for (unsigned a = 0xE0; a < 0x100; ++a) {
@@ -232,7 +233,7 @@ TEST(Text, every_four_byte_lead_is_judged_right_with_every_second_byte) {
 TEST(Text, a_character_cut_short_at_any_length_is_refused) {
     for (const char32_t c : {char32_t{0x80}, char32_t{0x7FF}, char32_t{0x800}, char32_t{0x20AC},
                              char32_t{0xFFFF}, char32_t{0x10000}, kLastCodePoint}) {
-        const std::string whole = plain_utf8(c);
+        const std::string whole = reference_utf8(c);
         for (std::size_t before = 0; before < 40; ++before) {
             for (std::size_t bytes = 1; bytes < whole.size(); ++bytes) {
                 const std::string cut = std::string(before, 'a') + whole.substr(0, bytes);
@@ -244,7 +245,7 @@ TEST(Text, a_character_cut_short_at_any_length_is_refused) {
     }
 }
 
-TEST(Text, every_pair_of_edge_units_is_judged_right) {
+TEST(Text, every_pair_of_edge_units_is_converted_right) {
     const char16_t kEdges[] = {0x0000, 0x007F, 0x0080, 0x00FF, 0x0100, 0x07FF,
                                0x0800, 0x7FFF, 0x8000, 0x807F, 0xD7FF, 0xD800,
                                0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFF80, 0xFFFF};
@@ -257,16 +258,16 @@ TEST(Text, every_pair_of_edge_units_is_judged_right) {
 
 // Vectors cover 16, 8 or 4 elements and overlap at the end of a text: one odd character at every
 // place of an otherwise plain text meets every one of them.
-TEST(Text, one_character_is_judged_right_at_every_place_of_an_ascii_text) {
+TEST(Text, one_character_is_converted_right_at_every_place_of_an_ascii_text) {
     const char32_t kCharacters[] = {0x0,    0x7F,   0x80,   0xFF,   0x100,   0x7FF,         0x800,
                                     0x8000, 0x807F, 0xFF80, 0xFFFF, 0x10000, kLastCodePoint};
     for (const char32_t c : kCharacters) {
         for (std::size_t before = 0; before < 50; ++before) {
             for (std::size_t after = 0; after < 50; ++after) {
                 const std::u16string wide =
-                    std::u16string(before, u'a') + plain_utf16(c) + std::u16string(after, u'z');
+                    std::u16string(before, u'a') + reference_utf16(c) + std::u16string(after, u'z');
                 const std::string utf8 =
-                    std::string(before, 'a') + plain_utf8(c) + std::string(after, 'z');
+                    std::string(before, 'a') + reference_utf8(c) + std::string(after, 'z');
                 ASSERT_EQ(decoding_fault(utf8, true, wide), "");
                 ASSERT_EQ(encoding_fault(wide, true, utf8), "");
             }
@@ -299,7 +300,7 @@ TEST(Text, texts_around_and_over_the_size_of_the_stack_buffer_convert) {
             std::u16string wide;
             while (wide.size() < units) wide += pattern[wide.size() % pattern.size()];
             std::string utf8;
-            ASSERT_TRUE(plain_encode(wide, utf8));
+            ASSERT_TRUE(reference_encode(wide, utf8));
             ASSERT_EQ(encoding_fault(wide, true, utf8), "");
             ASSERT_EQ(decoding_fault(utf8, true, wide), "");
             ASSERT_EQ(encoding_fault(wide + u'\xD800', false, ""), "");
@@ -308,7 +309,7 @@ TEST(Text, texts_around_and_over_the_size_of_the_stack_buffer_convert) {
     }
 }
 
-TEST(Text, random_texts_are_judged_right) {
+TEST(Text, random_texts_are_converted_right) {
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
@@ -321,8 +322,8 @@ TEST(Text, random_texts_are_judged_right) {
             char32_t c = 0x20 + below(0x5F);
             if (below(strangeness) == 0) c = below(3) == 0 ? below(0x110000) : below(0x3000);
             if (!is_scalar_value(c)) c = 'x';
-            utf8 += plain_utf8(c);
-            wide += plain_utf16(c);
+            utf8 += reference_utf8(c);
+            wide += reference_utf16(c);
         }
         ASSERT_EQ(decoding_fault(utf8, true, wide), "");
         ASSERT_EQ(encoding_fault(wide, true, utf8), "");
@@ -355,7 +356,7 @@ void for_each_byte_and_place(Check check) {
 TEST(Text, fold_lowers_a_to_z_and_no_other_byte) {
     for (unsigned value = 0; value < 0x100; ++value) {
         const char byte = static_cast<char>(value);
-        EXPECT_EQ(fold(byte), plain_fold(byte)) << value;
+        EXPECT_EQ(fold(byte), reference_fold(byte)) << value;
     }
     EXPECT_EQ(fold('A'), 'a');
     EXPECT_EQ(fold('Z'), 'z');
@@ -367,7 +368,7 @@ TEST(Text, fold_lowers_a_to_z_and_no_other_byte) {
 TEST(Text, folding_a_text_folds_each_byte_at_every_place) {
     for_each_byte_and_place([](const std::string& text) {
         std::string expected;
-        for (const char c : text) expected += plain_fold(c);
+        for (const char c : text) expected += reference_fold(c);
         std::vector<char> out(text.size());
         fold_into(text, out.data());
         ASSERT_EQ(std::string_view(out.data(), out.size()), expected) << hex(text);
@@ -389,7 +390,7 @@ TEST(Text, a_capital_is_seen_at_every_place) {
     EXPECT_FALSE(has_upper_ascii(""));
     for_each_byte_and_place([](const std::string& text) {
         bool expected = false;
-        for (const char c : text) expected = expected || plain_fold(c) != c;
+        for (const char c : text) expected = expected || reference_fold(c) != c;
         ASSERT_EQ(has_upper_ascii(text), expected) << hex(text);
     });
 }

@@ -38,12 +38,18 @@ using Listing = std::vector<std::string>;
 inline Listing listing_of(const Snapshot& snapshot) {
     Listing listing;
     for (const auto& shard : snapshot.shards) {
-        for (const Entry& entry : shard->entries) {
-            listing.emplace_back(entry.path.view());
+        for (std::uint32_t i = 0; i < shard->size(); ++i) {
+            const Entry entry = shard->entry(i);
+            listing.push_back(entry.path);
             if (entry.kind == kKindFolder) listing.back() += '/';
         }
     }
     return listing;
+}
+
+inline std::string last_path(const Snapshot& snapshot) {
+    const Shard& shard = *snapshot.shards.back();
+    return shard.entry(shard.size() - 1).path;
 }
 
 class EngineTest : public VolumeTest {

@@ -63,7 +63,7 @@ TEST_F(IndexCacheLoad, the_engines_old_index_lives_as_long_as_its_readers) {
     ASSERT_TRUE(load());
     const Snapshot snapshot = take_snapshot(*current_index(engine));
     ASSERT_TRUE(load());
-    EXPECT_EQ(snapshot.shards.at(0)->entries[0].path.view(), "C:/music/a");
+    EXPECT_EQ(snapshot.shards.at(0)->entry(0).path, "C:/music/a");
 }
 
 TEST_F(IndexCacheLoad, an_empty_path_means_no_cache) {

@@ -95,13 +95,13 @@ TEST_F(WalkTest, backslash_in_a_name_becomes_a_slash) {
     add_generated_folder(u"C:\\odd", std::make_shared<OddNames>());
     build("C:\\odd");
     EXPECT_EQ(listing(), (Listing{"C:/odd/odd/name"}));
-    EXPECT_EQ(snapshot().shards[0]->entries[0].name(), "name");
+    EXPECT_EQ(snapshot().shards[0]->folded_name(0), "name");
 }
 
 TEST_F(WalkTest, two_thousand_nested_folders_are_walked_to_the_bottom) {
     add_generated_folder(u"C:\\deep", folder_chain(u"level", 2000));
     EXPECT_EQ(build("C:\\deep"), (EngineStatus{SS_ENGINE_READY, 2000, 0, 0, 0}));
-    EXPECT_EQ(snapshot().shards.back()->entries.back().path.size(),
+    EXPECT_EQ(last_path(snapshot()).size(),
               std::string("C:/deep").size() + 2000 * std::string("/level").size());
 }
 
@@ -146,7 +146,7 @@ TEST_F(WalkTest, every_shard_but_the_last_holds_1024_entries) {
         add_generated_folder(u"C:\\many", numbered_files(row.files));
         EXPECT_EQ(build("C:\\many").entries, row.files);
         std::vector<std::size_t> sizes;
-        for (const auto& shard : snapshot().shards) sizes.push_back(shard->entries.size());
+        for (const auto& shard : snapshot().shards) sizes.push_back(shard->size());
         EXPECT_EQ(sizes, row.shards);
     }
 }
@@ -156,8 +156,8 @@ TEST_F(WalkTest, shards_go_on_across_roots) {
     add_generated_folder(u"D:\\b", numbered_files(100));
     const Snapshot found = walk_roots({u"C:\\a", u"D:\\b"});
     ASSERT_EQ(found.shards.size(), 2u);
-    EXPECT_EQ(found.shards[0]->entries.size(), 1024u);
-    EXPECT_EQ(found.shards[1]->entries.size(), 76u);
+    EXPECT_EQ(found.shards[0]->size(), 1024u);
+    EXPECT_EQ(found.shards[1]->size(), 76u);
 }
 
 // ---- Links and other reparse points -------------------------------------------------------------
@@ -428,7 +428,7 @@ TEST_F(WalkTest, entry_five_million_and_one_ends_the_whole_walk) {
     EXPECT_EQ(found.entry_count, 5'000'000u);
     EXPECT_EQ(status().limited, 1u);
     EXPECT_EQ(status().skipped, 0u) << "the third root was not tried";
-    EXPECT_EQ(found.shards.back()->entries.back().path.view(), "D:/b/f01999999");
+    EXPECT_EQ(last_path(found), "D:/b/f01999999");
 }
 
 // Files whose paths bring the estimate of a walk of "C:\" to an exact sum.

@@ -1,5 +1,5 @@
-// The cache reader against the plain one, on any bytes: the same result, the same entries, and
-// entries that hold what every index promises.
+// The cache reader against the reference implementation, on any bytes: the same result, the same
+// entries, and entries that hold what every index promises.
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
@@ -7,7 +7,7 @@
 
 #include "common/text.hpp"
 #include "index/cache_reader.hpp"
-#include "index/plain_cache_reader.hpp"
+#include "index/reference_cache_reader.hpp"
 #include "simulated/volume.hpp"
 
 using namespace system_search;
@@ -22,22 +22,20 @@ void check(bool holds) {
 }
 
 void check_shards(const Index& index) {
-    const ShardList& shards = published_shards(index);
+    const Snapshot snapshot = take_snapshot(index);
     std::size_t count = 0;
-    std::string folded;
-    for (std::size_t i = 0; i < shards.size(); ++i) {
-        const std::size_t size = shards[i]->entries.size();
-        check(i + 1 == shards.size() ? size > 0 && size <= kShardEntries : size == kShardEntries);
-        count += size;
-        for (const Entry& entry : shards[i]->entries) {
-            const std::string_view path = entry.path.view();
-            check(entry.path.c_str()[path.size()] == '\0');
-            check(entry.name_offset == path.rfind('/') + 1);
-            check(entry.folded_path_in(folded).size() == path.size());
-            for (std::size_t at = 0; at < path.size(); ++at) check(folded[at] == fold(path[at]));
+    for (const auto& shard : snapshot.shards) {
+        const bool is_last = shard == snapshot.shards.back();
+        check(shard->size() != 0 && (is_last || shard->size() == kShardEntries));
+        check(shard->size() <= kShardEntries);
+        count += shard->size();
+        for (std::uint32_t i = 0; i < shard->size(); ++i) {
+            const Entry entry = shard->entry(i);
+            check(entry.name_offset == entry.path.rfind('/') + 1);
+            check(entry.folded_path.substr(entry.name_offset) == shard->folded_name(i));
         }
     }
-    check(count == published_entry_count(index));
+    check(count == snapshot.entry_count);
 }
 
 }  // namespace
@@ -56,13 +54,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CachedIndex cached;
     const CacheReadResult result = read_index_cache(file, kScope, cancel, cached);
 
-    PlainCacheReader plain(bytes, kScope);
-    check(result == plain.read());
+    ReferenceCacheReader reference(bytes, kScope);
+    check(result == reference.read());
     check((cached.index != nullptr) == (result == CacheReadResult::kComplete));
     if (result != CacheReadResult::kComplete) return 0;
-    check(entries_of(*cached.index) == plain.entries);
-    check(cached.skipped == plain.skipped && cached.limited == plain.limited);
-    check(cached.index->complete == (plain.limited == 0));
+    check(entries_of(*cached.index) == reference.entries);
+    check(cached.skipped == reference.skipped && cached.limited == reference.limited);
+    check(cached.index->complete == (reference.limited == 0));
     check_shards(*cached.index);
     return 0;
 }

@@ -1,5 +1,6 @@
-// The scan against the plain scan: the input gives a pattern, flags, kind, limit, the size of the
-// shards and the paths. Matched count, results and their order have to be the same, byte for byte.
+// The scan against the reference implementation: the input gives a pattern, flags, kind, limit, the
+// size of the shards and the paths. Matched count, results and their order have to be the same,
+// byte for byte.
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
@@ -12,7 +13,7 @@
 #include "index/index.hpp"
 #include "query/candidates.hpp"
 #include "query/pattern.hpp"
-#include "query/plain_scan.hpp"
+#include "query/reference_search.hpp"
 #include "query/scan.hpp"
 
 using namespace system_search;
@@ -21,7 +22,7 @@ namespace {
 
 void require(bool holds, const char* what) {
     if (holds) return;
-    std::fprintf(stderr, "different from the plain scan: %s\n", what);
+    std::fprintf(stderr, "different from the reference implementation: %s\n", what);
     std::abort();
 }
 
@@ -42,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t byte
     text.resize(text.find('\0') == std::string::npos ? text.size() : text.find('\0'));
     input.remove_prefix(pattern_bytes);
 
-    std::vector<plain::Entry> entries;
+    std::vector<Entry> entries;
     ShardList shards;
     Batch batch;
     while (!input.empty()) {
@@ -61,18 +62,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t byte
     }
     if (!batch.empty()) shards.push_back(std::make_shared<const Shard>(batch));
 
-    const plain::Answer wanted = plain::search(entries, text, flags, kind, limit);
+    const reference::Answer wanted = reference::search(entries, text, flags, kind, limit);
     const Pattern pattern(text, flags);
     Candidates candidates(limit);
     const std::atomic<bool> cancel{false};
     std::uint32_t matched = 0;
     require(scan(shards, pattern, kind, cancel, candidates, matched), "it was cancelled");
-    const std::vector<const Entry*> results = candidates.take_sorted();
+    const std::vector<EntryRef> results = candidates.take_sorted();
     require(matched == wanted.matched, "the count of matches");
     require(results.size() == wanted.results.size(), "the count of results");
     for (std::size_t i = 0; i < results.size(); ++i) {
         // Entries of equal paths may come in either order.
-        require(results[i]->path.view() == wanted.results[i]->path, "a result");
+        const Entry result = results[i].shard->entry(results[i].number);
+        require(result.path == wanted.results[i]->path, "a result");
     }
     return 0;
 }

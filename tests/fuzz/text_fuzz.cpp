@@ -1,4 +1,4 @@
-// The conversions, folding and the separator change against the plain implementation, on bytes
+// The conversions, folding and the separator change against the reference implementation, on bytes
 // taken as UTF-8 and, in pairs, as UTF-16.
 #include <cstdint>
 #include <cstdlib>
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "common/plain_text.hpp"
+#include "common/reference_text.hpp"
 #include "common/text.hpp"
 
 using namespace system_search;
@@ -20,7 +20,7 @@ void check(bool holds) {
 void check_decoding(const std::vector<char>& bytes) {
     const std::string_view text(bytes.data(), bytes.size());
     std::u16string expected;
-    const bool valid = plain_decode(text, expected);
+    const bool valid = reference_decode(text, expected);
     check(is_valid_utf8(text) == valid);
     std::u16string wide;
     check(append_wide(text, wide) == valid);
@@ -31,7 +31,7 @@ void check_decoding(const std::vector<char>& bytes) {
 void check_encoding(const std::vector<char16_t>& units) {
     const std::u16string_view text(units.data(), units.size());
     std::string expected;
-    const bool valid = plain_encode(text, expected);
+    const bool valid = reference_encode(text, expected);
     std::vector<char> room(units.size() * 3);
     const std::size_t size = encode_utf8(text, room.data());
     check((size != kInvalidText) == valid);
@@ -48,8 +48,8 @@ void check_bytes(const std::vector<char>& bytes) {
     std::vector<char> slashed = bytes;
     replace_backslashes(slashed.data(), slashed.size());
     for (std::size_t i = 0; i < bytes.size(); ++i) {
-        check(folded[i] == plain_fold(bytes[i]));
-        check(fold(bytes[i]) == plain_fold(bytes[i]));
+        check(folded[i] == reference_fold(bytes[i]));
+        check(fold(bytes[i]) == reference_fold(bytes[i]));
         check(slashed[i] == (bytes[i] == '\\' ? '/' : bytes[i]));
     }
     check(has_upper_ascii({bytes.data(), bytes.size()}) == (folded != bytes));

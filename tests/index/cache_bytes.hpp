@@ -58,9 +58,10 @@ inline std::string cache_bytes(std::string_view scope, const std::vector<PathAnd
 
 inline std::vector<PathAndKind> entries_of(const Index& index) {
     std::vector<PathAndKind> entries;
-    for (const auto& shard : published_shards(index)) {
-        for (const Entry& entry : shard->entries) {
-            entries.push_back({std::string(entry.path.view()), entry.kind});
+    for (const auto& shard : take_snapshot(index).shards) {
+        for (std::uint32_t i = 0; i < shard->size(); ++i) {
+            Entry entry = shard->entry(i);
+            entries.push_back({std::move(entry.path), entry.kind});
         }
     }
     return entries;
@@ -68,7 +69,7 @@ inline std::vector<PathAndKind> entries_of(const Index& index) {
 
 inline std::vector<std::size_t> shard_sizes(const Index& index) {
     std::vector<std::size_t> sizes;
-    for (const auto& shard : published_shards(index)) sizes.push_back(shard->entries.size());
+    for (const auto& shard : take_snapshot(index).shards) sizes.push_back(shard->size());
     return sizes;
 }
 

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "index/cache_reader_support.hpp"
-#include "index/plain_cache_reader.hpp"
+#include "index/reference_cache_reader.hpp"
 
 namespace system_search {
 namespace {
@@ -11,15 +11,6 @@ namespace {
 using enum CacheReadResult;
 
 // ---- Texts and integers -------------------------------------------------------------------------
-
-TEST_F(CacheReader, the_three_failures_have_their_texts) {
-    EXPECT_STREQ(cache_read_failure(kTextTooLong), "Invalid index path");
-    EXPECT_STREQ(cache_read_failure(kBadText), "Invalid index text");
-    EXPECT_STREQ(cache_read_failure(kTruncated), "Truncated index");
-    for (const auto result : {kComplete, kNotUsable, kCancelled}) {
-        EXPECT_STREQ(cache_read_failure(result), "");
-    }
-}
 
 TEST_F(CacheReader, every_text_longer_than_32768_bytes_is_an_invalid_path) {
     const std::string header = CacheBytes().header("C:/", 1).str();
@@ -213,11 +204,11 @@ TEST_F(CacheReader, takes_absolute_paths_only) {
     for (const auto& [path, result] : kCases) EXPECT_EQ(read_record(path), result) << path;
 }
 
-TEST_F(CacheReader, agrees_with_the_plain_reader_on_every_short_path) {
+TEST_F(CacheReader, agrees_with_the_reference_reader_on_every_short_path) {
     std::string path;
     const std::function<void(int)> check = [&](int more) {
         const std::string bytes = cache_bytes("C:/", {{path, 1}});
-        ASSERT_EQ(read(bytes), PlainCacheReader(bytes, "C:/").read()) << path;
+        ASSERT_EQ(read(bytes), ReferenceCacheReader(bytes, "C:/").read()) << path;
         for (const char byte : {'C', ':', '/', '\\', '?', '.'}) {
             if (more == 0 || HasFatalFailure()) return;
             path += byte;
@@ -248,21 +239,21 @@ TEST_F(CacheReader, a_bad_record_anywhere_refuses_the_file) {
     }
 }
 
-TEST_F(CacheReader, agrees_with_the_plain_reader_on_every_change_of_one_byte) {
+TEST_F(CacheReader, agrees_with_the_reference_reader_on_every_change_of_one_byte) {
     const std::string whole = cache_bytes("C:/", {{"C:/a", 1}, {"//s/\xC3\x84", 2}}, 1, 0);
     std::size_t complete = 0;
     for (std::size_t at = 0; at < whole.size(); ++at) {
         for (int value = 0; value < 256; ++value) {
             std::string changed = whole;
             changed[at] = static_cast<char>(value);
-            PlainCacheReader plain(changed, "C:/");
-            const CacheReadResult expected = plain.read();
+            ReferenceCacheReader reference(changed, "C:/");
+            const CacheReadResult expected = reference.read();
             ASSERT_EQ(read(changed), expected) << at << ' ' << value;
             if (expected != kComplete) continue;
             ++complete;
-            ASSERT_EQ(entries_of(*cached.index), plain.entries) << at << ' ' << value;
-            ASSERT_EQ(cached.skipped, plain.skipped);
-            ASSERT_EQ(cached.limited, plain.limited);
+            ASSERT_EQ(entries_of(*cached.index), reference.entries) << at << ' ' << value;
+            ASSERT_EQ(cached.skipped, reference.skipped);
+            ASSERT_EQ(cached.limited, reference.limited);
         }
     }
     EXPECT_GT(complete, whole.size());  // both sorts were met

@@ -46,9 +46,8 @@ TEST_F(CacheReader, reads_every_field_of_a_file_written_byte_by_byte) {
     EXPECT_EQ(cached.limited, 1u);
     EXPECT_FALSE(cached.index->complete);
 
-    const Entry& entry = published_shards(*cached.index)[0]->entries[0];
-    std::string folded;
-    EXPECT_EQ(entry.folded_path_in(folded),
+    const Entry entry = take_snapshot(*cached.index).shards[0]->entry(0);
+    EXPECT_EQ(entry.folded_path,
               "c:/temp/\xC3\x84"
               "bc.tx");
     EXPECT_EQ(entry.name_offset, 8u);
@@ -129,7 +128,6 @@ TEST_F(CacheReader, refuses_another_magic_without_a_message) {
          {"", "s", "system-search-v", "system-search-v2", "system-search-v1 ", "System-search-v1",
           "system-search-w1", "xystem-search-v1"}) {
         EXPECT_EQ(read(CacheBytes().text(magic).raw(rest).str()), kNotUsable) << magic;
-        EXPECT_STREQ(cache_read_failure(kNotUsable), "");
     }
     // The announced length alone is wrong: the byte behind it belongs to the scope's length.
     EXPECT_EQ(read(CacheBytes().integer(17).raw("system-search-v1").raw("x").raw(rest).str()),

@@ -209,7 +209,6 @@ TEST_F(CacheFolder, a_file_in_the_way_is_a_failure) {
     simulated::add_file(u"C:\\file", 3);
     EXPECT_EQ(write_to(u"C:\\file\\index"), kFolderFailed);
     EXPECT_EQ(write_to(u"C:\\file\\below\\index"), kFolderFailed);
-    EXPECT_STREQ(cache_write_failure(kFolderFailed), "create_directories");
     EXPECT_EQ(simulated::read_file(u"C:\\file").size(), 3u);
 }
 
@@ -268,7 +267,6 @@ TEST_F(CacheWriter, a_temporary_file_that_cannot_be_opened_is_a_failed_write) {
         simulated::forget_call_plans();
         expect_old_cache();
     }
-    EXPECT_STREQ(cache_write_failure(kWriteFailed), "Cannot write index cache");
 }
 
 TEST_F(CacheWriter, each_write_that_fails_is_noticed) {
@@ -348,9 +346,6 @@ TEST_F(CacheWriter, a_replacement_that_fails_leaves_the_old_cache) {
         simulated::forget_call_plans();
         expect_old_cache();
     }
-    EXPECT_STREQ(cache_write_failure(kReplaceFailed), "Cannot replace index cache");
-    EXPECT_STREQ(cache_write_failure(kReplaced), "");
-    EXPECT_STREQ(cache_write_failure(kCancelled), "");
 }
 
 TEST_F(CacheWriter, neither_a_folder_nor_a_read_only_file_is_replaced) {

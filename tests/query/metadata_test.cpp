@@ -8,11 +8,8 @@ namespace {
 class MetadataTest : public VolumeTest {
 protected:
     static ResultMetadata read(const std::string& path) {
-        Batch batch;
-        batch.add(path, kKindFile);
-        const Shard shard(batch);
         std::u16string wide_path = u"left over";
-        return read_metadata(shard.entries[0], wide_path);
+        return read_metadata(path, wide_path);
     }
 };
 
@@ -89,7 +86,7 @@ TEST_F(MetadataTest, query_keeps_a_deleted_file_with_a_zero_record) {
     add_file(u"C:\\b", 3, k1970);
     Query query;
     fill(query, {"C:/a", "C:/b"});
-    search(query, "", 0, 0, 10);
+    search(query, {"", 0, 0, 10});
     ASSERT_EQ(query.state, SS_QUERY_DONE);
     auto* const handle = reinterpret_cast<SystemSearchQuery*>(&query);
     ResultMetadata metadata{9, 9, 9, 9};
@@ -103,7 +100,7 @@ TEST_F(MetadataTest, disk_is_asked_once_for_each_final_result_and_never_for_a_ca
     Query query;
     fill(query, {"C:/e", "C:/d", "C:/c", "C:/b", "C:/a"});
     count_platform_calls();
-    search(query, "", 0, 0, 2);
+    search(query, {"", 0, 0, 2});
     EXPECT_EQ(platform_calls(kFileInformation), 2u);
     EXPECT_EQ(query.metadata.size(), 2u);
 }

@@ -229,7 +229,7 @@ TEST_F(QueryApiTest, kind_and_metadata_stand_at_the_position_of_their_path) {
 TEST_F(QueryApiTest, stored_path_that_is_not_utf8_fails_the_query) {
     Query query;
     fill(query, {"C:/\xFF"});
-    search(query, "", 0, 0, 10);
+    search(query, {"", 0, 0, 10});
     auto* const handle = reinterpret_cast<SystemSearchQuery*>(&query);
     QueryStatus status{9, 9, 9, 9, 9};
     ss_query_poll(handle, &status);
@@ -244,7 +244,7 @@ TEST_F(QueryApiTest, stored_path_that_is_not_utf8_fails_the_query) {
 TEST_F(QueryApiTest, stored_path_that_is_not_utf8_harms_nobody_unless_it_is_a_result) {
     Query query;
     fill(query, {"C:/\xFF", "C:/a"});
-    search(query, "", 0, 0, 1);
+    search(query, {"", 0, 0, 1});
     EXPECT_EQ(query.state, SS_QUERY_DONE);
     EXPECT_EQ(query.matched, 2u);
     EXPECT_EQ(paths_of(query), Paths{"C:/a"});
@@ -287,13 +287,13 @@ TEST_F(QueryApiTest, cancel_is_seen_by_the_scan_but_not_after_its_last_entry) {
     Query query;
     fill(query, {"C:/a"});
     query.cancel = true;
-    search(query, "", 0, 0, 10);
+    search(query, {"", 0, 0, 10});
     EXPECT_EQ(query.state, SS_QUERY_CANCELLED);
     EXPECT_EQ(query.matched, 0u);
 
     Query empty;
     empty.cancel = true;
-    search(empty, "", 0, 0, 10);
+    search(empty, {"", 0, 0, 10});
     EXPECT_EQ(empty.state, SS_QUERY_DONE) << "no entry, so nothing ever looked at the flag";
 }
 
@@ -303,7 +303,7 @@ TEST_F(QueryApiTest, cancel_between_scan_and_metadata_ends_as_cancelled) {
     Query query;
     fill(query, {"C:/a", "C:/b"});
     on_platform_call(1, kFileInformation, [&] { query.cancel = true; });
-    search(query, "", 0, 0, 10);
+    search(query, {"", 0, 0, 10});
     EXPECT_EQ(query.state, SS_QUERY_CANCELLED);
     EXPECT_EQ(query.matched, 2u);
 }

@@ -139,7 +139,7 @@ inline void fill(Query& query, const Paths& paths) {
 // The stored paths of the results, in order.
 inline Paths paths_of(const Query& query) {
     Paths paths;
-    for (const Entry* const entry : query.results) paths.emplace_back(entry->path.view());
+    for (const Entry& entry : query.results) paths.push_back(entry.path);
     return paths;
 }
 
@@ -147,7 +147,7 @@ inline Paths found(const Paths& paths, std::string_view text, std::uint32_t flag
                    std::uint32_t kind = 0, std::uint32_t limit = 1000) {
     Query query;
     fill(query, paths);
-    search(query, text, flags, kind, limit);
+    search(query, {std::string(text), flags, kind, limit});
     EXPECT_EQ(query.state, SS_QUERY_DONE);
     return paths_of(query);
 }

@@ -1,5 +1,5 @@
-// A second reader of the cache file, as plain as can be: the judge of the library's own in tests
-// and in the fuzzer. It works on the whole file in memory and shares no code with the other.
+// A reference implementation of the cache reader, for tests and the fuzzer. It works on the whole
+// file in memory and shares no code with the library's own.
 #pragma once
 
 #include <cstdint>
@@ -12,9 +12,9 @@
 
 namespace system_search {
 
-class PlainCacheReader {
+class ReferenceCacheReader {
 public:
-    PlainCacheReader(std::string_view bytes, std::string_view scope)
+    ReferenceCacheReader(std::string_view bytes, std::string_view scope)
         : bytes_(bytes), scope_(scope) {}
 
     CacheReadResult read() {
