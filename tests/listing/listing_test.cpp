@@ -111,7 +111,7 @@ TEST_F(ListingTest, children_are_held_in_shards_of_1024) {
         EXPECT_EQ(query.index_entries, children);
         EXPECT_EQ(query.matched, children);
         std::vector<std::uint32_t> sizes;
-        for (const auto& shard : query.shards) sizes.push_back(shard->size);
+        for (const auto& shard : query.shards) sizes.push_back(shard->size());
         return sizes;
     };
     using Sizes = std::vector<std::uint32_t>;
