@@ -1,173 +1,168 @@
-// One folder's children are read, and each subfolder is entered at the moment it is met. The open
-// enumerations form an explicit stack, so depth costs memory and never the thread's stack. The
-// path of the folder in hand is kept twice, in UTF-16 for the system and in UTF-8 for the
-// entries; a child's name is converted once and appended.
+// Everything below a root, in order: each child is indexed, and each subfolder is entered at the
+// moment it is met. The folders come read into memory (folder_reader) and perhaps ahead of time
+// (read_ahead); what is indexed, what counts as skipped and where a limit ends it is decided here
+// alone. The folders that the walk is in form an explicit stack, so depth costs memory and never
+// the thread's stack.
 #include "engine/walk.hpp"
 
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <vector>
 
-#include "common/child_name.hpp"
 #include "common/text.hpp"
 #include "platform/platform.hpp"
 
 namespace system_search {
 namespace {
 
-enum class ChildType { kFile, kFolder, kLink };
-
-ChildType child_type(const platform::Child& child) {
-    if (platform::is_link(child.attributes, child.reparse_tag)) return ChildType::kLink;
-    return (child.attributes & platform::kAttributeDirectory) != 0 ? ChildType::kFolder
-                                                                   : ChildType::kFile;
-}
-
 class Walk {
 public:
-    Walk(Engine& engine, Index& index) : engine_(engine), index_(index) {}
+    Walk(Engine& engine, Index& index, std::uint32_t readers)
+        : engine_(engine), index_(index), readers_(readers) {}
 
     void run(const std::vector<std::u16string>& roots) {
         for (const std::u16string& root : roots) {
             if (engine_.cancel || engine_.limited != 0) break;
-            walk_root(root);
+            ReadAhead read_ahead(root, engine_.cancel, readers_);
+            walk_root(read_ahead, root);
         }
         publish_shard(index_, batch_);
     }
 
 private:
-    // A folder that is being read. Its path, closed by a separator, is the given length of the two
-    // path texts.
+    // A folder that the walk is in. Its path, closed by a separator, is the given length of the
+    // path text; its children up to `next` are indexed.
     struct Level {
-        platform::Enumeration enumeration;
-        std::size_t wide_units;
-        std::size_t utf8_bytes;
+        Folder* folder;
+        std::uint32_t next;  // in the folder's current piece
+        std::size_t path_bytes;
     };
 
-    enum class Step { kAdvance, kEntered, kLimitReached };
-
-    void walk_root(const std::u16string& root) {
-        platform::Enumeration enumeration;
-        const platform::Error error = enumeration.open(root, child_);
-        if (error == platform::kNoMoreFiles) return;
-        if (error != platform::kSuccess) {
-            ++engine_.skipped;
+    void walk_root(ReadAhead& read_ahead, const std::u16string& root) {
+        Folder& folder = read_ahead.enter_root();
+        if (engine_.cancel) return;
+        if (folder.piece() == nullptr) {
+            if (folder.error() != platform::kNoMoreFiles) ++engine_.skipped;
             return;
         }
         levels_.clear();
-        wide_path_ = root;
-        utf8_path_ = utf8_from_wide(root);
-        replace_backslashes(utf8_path_.data(), utf8_path_.size());
-        enter(std::move(enumeration));
-
+        path_ = utf8_from_wide(root);
+        replace_backslashes(path_.data(), path_.size());
+        descend(folder);
         while (!engine_.cancel) {
-            const Step step = visit();
-            if (step == Step::kLimitReached) return;
-            if (step == Step::kAdvance && !advance()) return;
-        }
-    }
-
-    // Makes the folder whose path the two path texts hold the one in hand; its first child is
-    // already read.
-    void enter(platform::Enumeration enumeration) {
-        if (utf8_path_.back() != '/') {
-            utf8_path_ += '/';
-            wide_path_ += u'\\';
-        }
-        levels_.push_back({std::move(enumeration), wide_path_.size(), utf8_path_.size()});
-    }
-
-    // Indexes the child in hand, and enters it when it is a folder that can be entered.
-    Step visit() {
-        if (child_.type_error != platform::kSuccess) {
-            ++engine_.skipped;
-            return Step::kAdvance;
-        }
-        const ChildType type = child_type(child_);
-        bool descend = type == ChildType::kFolder;
-        if (descend) {
-            wide_path_.append(child_.name_view());
-            // The failure value has the bit as well: what cannot be asked is not entered.
-            if (platform::attributes(wide_path_.c_str()) & platform::kAttributeReparsePoint) {
-                ++engine_.skipped;
-                descend = false;
+            Level& level = levels_.back();
+            const Piece& piece = *level.folder->piece();
+            if (level.next == piece.bytes) {
+                if (!go_on(read_ahead)) return;
+                continue;
             }
+            const ChildRecord& child = *piece.record(level.next);
+            level.next += child.record_bytes;
+            if (!visit(read_ahead, child)) return;
         }
-        if (!name_.convert(child_.name_view())) throw TextError("A file name is not valid UTF-16.");
-        const std::string_view name = name_.view();
-        if (utf8_path_.size() + name.size() > kMaxPathBytes) {
+    }
+
+    // Into the folder whose path the path text holds.
+    void descend(Folder& folder) {
+        if (path_.back() != '/') path_ += '/';
+        levels_.push_back({&folder, kFirstRecord, path_.size()});
+    }
+
+    // Indexes a child, and enters it when it is a folder that can be entered. False when the walk
+    // is over: at a limit, or cancelled.
+    bool visit(ReadAhead& read_ahead, const ChildRecord& child) {
+        if (child.kind == ChildKind::kUnreadable) {
             ++engine_.skipped;
-        } else if (!add(name, type == ChildType::kFolder ? kKindFolder : kKindFile)) {
-            return Step::kLimitReached;
+            return true;
         }
-        if (descend && open_child(name)) return Step::kEntered;
-        if (type == ChildType::kFolder) wide_path_.resize(levels_.back().wide_units);
-        return Step::kAdvance;
+        if (child.kind == ChildKind::kFile) return index_child(child, kKindFile);
+
+        Folder& parent = *levels_.back().folder;
+        Folder& folder = read_ahead.enter_next(parent);
+        // What failed may have failed because it was cancelled.
+        if (engine_.cancel) return false;
+        if (folder.is_refused()) ++engine_.skipped;
+        if (!index_child(child, kKindFolder)) return false;
+        if (folder.piece() != nullptr) {
+            path_.append(child.name());
+            descend(folder);
+            return true;
+        }
+        // A folder that cannot be opened is counted and left alone, so that its siblings are still
+        // walked.
+        if (!folder.is_refused() && folder.error() != platform::kNoMoreFiles) ++engine_.skipped;
+        read_ahead.leave_first(parent);
+        return true;
     }
 
     // False when the entry would go beyond a size limit. The estimate is raised before the test:
     // the entry that trips it is counted in it, but not indexed.
-    bool add(std::string_view name, std::uint32_t kind) {
-        estimate_ += memory_estimate(utf8_path_.size() + name.size());
+    bool index_child(const ChildRecord& child, std::uint32_t kind) {
+        if (!child.has_valid_name) throw TextError(bad_name_text());
+        const std::string_view name = child.name();
+        if (path_.size() + name.size() > kMaxPathBytes) {
+            ++engine_.skipped;
+            return true;
+        }
+        estimate_ += memory_estimate(path_.size() + name.size());
         if (count_ >= kMaxEntries || estimate_ > kMaxMemoryEstimate) {
             engine_.limited = 1;
             return false;
         }
-        batch_.add(utf8_path_, name, kind);
+        batch_.add(path_, name, kind);
         ++count_;
         if (batch_.size() >= kShardEntries) publish_shard(index_, batch_);
         return true;
     }
 
-    // Enters the folder whose path is in `wide_path_`. A folder that cannot be opened is counted
-    // and left alone, so that its siblings are still walked. False when there is nothing to enter.
-    bool open_child(std::string_view name) {
-        platform::Enumeration enumeration;
-        const platform::Error error = enumeration.open(wide_path_, child_);
-        if (error != platform::kSuccess) {
-            if (error != platform::kNoMoreFiles) ++engine_.skipped;
+    // The folder with the bad name in it, without the separator that closes it unless it is a
+    // drive.
+    std::string bad_name_text() const {
+        std::string_view folder = path_;
+        if (!folder.ends_with(":/")) folder.remove_suffix(1);
+        return "A file name in " + std::string(folder) + " is not valid UTF-16.";
+    }
+
+    // From the end of a piece to the next one, or back to the folder above. False when the root is
+    // done, lost to a failing read, or cancelled.
+    bool go_on(ReadAhead& read_ahead) {
+        Level& level = levels_.back();
+        read_ahead.next_piece(*level.folder);
+        if (engine_.cancel) return false;
+        if (level.folder->piece() != nullptr) {
+            level.next = kFirstRecord;
+            return true;
+        }
+        if (level.folder->error() != platform::kNoMoreFiles) {
+            ++engine_.skipped;
             return false;
         }
-        utf8_path_.append(name);
-        enter(std::move(enumeration));
+        levels_.pop_back();
+        if (levels_.empty()) return false;
+        read_ahead.leave_first(*levels_.back().folder);
+        path_.resize(levels_.back().path_bytes);
         return true;
     }
 
-    // Reads the next child of the folder in hand, or of the nearest one above it that has any
-    // left. False when the root is done, or lost to a failing read.
-    bool advance() {
-        for (;;) {
-            const platform::Error error = levels_.back().enumeration.next(child_);
-            if (error == platform::kSuccess) return true;
-            if (error != platform::kNoMoreFiles) {
-                ++engine_.skipped;
-                return false;
-            }
-            levels_.pop_back();
-            if (levels_.empty()) return false;
-            wide_path_.resize(levels_.back().wide_units);
-            utf8_path_.resize(levels_.back().utf8_bytes);
-        }
-    }
+    static constexpr std::uint32_t kFirstRecord = sizeof(Piece);
 
     Engine& engine_;
     Index& index_;
+    const std::uint32_t readers_;
     Batch batch_;                 // found, not yet published
     std::uint32_t count_ = 0;     // entries of this run, all roots
     std::uint64_t estimate_ = 0;  // memory estimate of every entry considered, in bytes
 
-    std::vector<Level> levels_;  // from the root down to the folder in hand
-    std::u16string wide_path_;   // the folder in hand, closed by a separator
-    std::string utf8_path_;      // the same, as entries hold it
-    platform::Child child_;      // the child in hand
-    ChildName name_;
+    std::vector<Level> levels_;  // from the root down to the current folder
+    std::string path_;           // the current folder as entries hold it, closed by a separator
 };
 
 }  // namespace
 
-void walk(Engine& engine, Index& index, const std::vector<std::u16string>& roots) {
-    Walk(engine, index).run(roots);
+void walk(Engine& engine, Index& index, const std::vector<std::u16string>& roots,
+          std::uint32_t readers) {
+    Walk(engine, index, readers).run(roots);
 }
 
 }  // namespace system_search

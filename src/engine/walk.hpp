@@ -5,13 +5,16 @@
 #include <vector>
 
 #include "engine/engine.hpp"
+#include "engine/read_ahead.hpp"
 
 namespace system_search {
 
 // Fills `index`, which queries may already see, and counts into the engine's `skipped`. Ends early
 // when the engine's `cancel` is set, or at a size limit, which sets the engine's `limited`; what
 // was found until then is published. When it throws (a name that is not valid UTF-16, memory) the
-// entries of the unpublished batch are lost. Build thread only.
-void walk(Engine& engine, Index& index, const std::vector<std::u16string>& roots);
+// entries of the unpublished batch are lost. Build thread only; the threads that read ahead of it
+// have ended when it returns. `readers`: how many, or ReadAhead::kAsNeeded.
+void walk(Engine& engine, Index& index, const std::vector<std::u16string>& roots,
+          std::uint32_t readers = ReadAhead::kAsNeeded);
 
 }  // namespace system_search

@@ -153,8 +153,8 @@ TEST_F(BuildTest, cancel_before_the_first_root_ends_with_no_entries) {
 }
 
 TEST_F(BuildTest, cancel_at_the_last_entry_still_cancels) {
-    on_child(u"C:\\top", 2, [&] { ss_cancel(handle_); });  // at its end
-    EXPECT_EQ(build("C:\\top", "C:\\cache"), (EngineStatus{SS_ENGINE_CANCELLED, 3, 0, 0, 0}));
+    on_child(u"C:\\top\\sub", 1, [&] { ss_cancel(handle_); });  // at its end
+    EXPECT_EQ(build("C:\\top", "C:\\cache"), (EngineStatus{SS_ENGINE_CANCELLED, 1, 0, 0, 0}));
     EXPECT_FALSE(snapshot().complete);
     EXPECT_FALSE(cache_exists());
 }

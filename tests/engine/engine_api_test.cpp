@@ -284,7 +284,8 @@ TEST_F(EngineApiTest, cancel_of_an_engine_without_a_build_shows_nowhere) {
 
 TEST_F(EngineApiTest, destroy_cancels_a_walk_and_waits_for_its_thread) {
     Gate gate;
-    on_child(u"C:\\top", 1, [&] { gate.hold(); });
+    add_file(u"C:\\top\\sub\\b");
+    on_child(u"C:\\top\\sub", 1, [&] { gate.hold(); });
     SystemSearchEngine* const other = ss_create();
     ASSERT_EQ(ss_start(other, "C:\\top", "C:\\cache", 0), 1);
     ASSERT_TRUE(gate.wait_until_held());
@@ -301,7 +302,7 @@ TEST_F(EngineApiTest, destroy_cancels_a_walk_and_waits_for_its_thread) {
     gate.release();
     destroyer.join();
     EXPECT_EQ(open_handles(), OpenHandles{});
-    EXPECT_EQ(listing_of(take_snapshot(*index)), (Listing{"C:/top/a"}));
+    EXPECT_EQ(listing_of(take_snapshot(*index)), (Listing{"C:/top/a", "C:/top/b"}));
     EXPECT_FALSE(exists(u"C:\\cache"));
 }
 

@@ -345,10 +345,31 @@ TEST_F(WalkTest, unpaired_surrogate_fails_the_build_and_keeps_what_was_published
 
             const EngineStatus end = build("C:\\top", "C:\\cache");
             EXPECT_EQ(end, (EngineStatus{SS_ENGINE_FAILED, 1024, 0, 0, 0}));
-            EXPECT_EQ(error(), "A file name is not valid UTF-16.");
+            EXPECT_EQ(error(), "A file name in C:/top is not valid UTF-16.");
             EXPECT_FALSE(snapshot().complete);
             EXPECT_FALSE(exists(u"C:\\cache"));
         }
+    }
+}
+
+TEST_F(WalkTest, bad_name_says_in_which_folder_it_is) {
+    struct Row {
+        const char16_t* folder;
+        const char* scope;
+        const char* error;
+    };
+    const std::vector<Row> rows = {
+        {u"C:\\", "C:\\", "A file name in C:/ is not valid UTF-16."},
+        {u"C:\\Users\\ann", "C:\\", "A file name in C:/Users/ann is not valid UTF-16."},
+        {u"C:\\\u00DCber", "C:/\u00DCber/", "A file name in C:/\u00DCber is not valid UTF-16."},
+        {u"\\\\server\\share\\a", "//server/share",
+         "A file name in //server/share/a is not valid UTF-16."},
+    };
+    for (const Row& row : rows) {
+        reset();
+        add_file(std::u16string(row.folder) + u"\\a\xD800");
+        EXPECT_EQ(build(row.scope).state, SS_ENGINE_FAILED);
+        EXPECT_EQ(error(), row.error);
     }
 }
 
@@ -362,11 +383,13 @@ TEST_F(WalkTest, surrogate_in_a_name_whose_type_cannot_be_read_is_only_skipped) 
 // ---- Cancelling ---------------------------------------------------------------------------------
 
 TEST_F(WalkTest, cancelled_walk_stops_before_the_next_entry_and_keeps_what_it_found) {
-    for (const char16_t name : std::u16string_view(u"0123456789")) {
+    for (const char16_t name : std::u16string_view(u"01234")) {
         add_file(std::u16string(u"C:\\top\\") + name);
     }
+    add_file(u"C:\\top\\sub\\a");
+    add_file(u"C:\\top\\z");
     Gate gate;
-    on_child(u"C:\\top", 5, [&] { gate.hold(); });
+    on_child(u"C:\\top\\sub", 1, [&] { gate.hold(); });
     ASSERT_EQ(ss_start(handle_, "C:\\top", "C:\\cache", 0), 1);
     ASSERT_TRUE(gate.wait_until_held());
     EXPECT_EQ(status(), (EngineStatus{SS_ENGINE_RUNNING, 0, 0, 0, 0}));
@@ -382,11 +405,12 @@ TEST_F(WalkTest, cancelled_walk_stops_before_the_next_entry_and_keeps_what_it_fo
 
 TEST_F(WalkTest, cancelled_walk_enters_no_further_root) {
     add_file(u"C:\\1");
+    add_folder(u"C:\\sub");
     add_file(u"D:\\1");
-    on_child(u"C:\\", 1, [&] { ss_cancel(handle_); });
+    on_child(u"C:\\sub", 0, [&] { ss_cancel(handle_); });
     count_platform_calls();
     EXPECT_EQ(listing_of(walk_roots({u"C:\\", u"D:\\"})), (Listing{"C:/1"}));
-    EXPECT_EQ(platform_calls(kOpenFolder), 1u);
+    EXPECT_EQ(platform_calls(kOpenFolder), 2u);
 
     count_platform_calls();
     EXPECT_EQ(walk_roots({u"C:\\", u"D:\\"}).entry_count, 0u) << "the request still stands";
@@ -399,16 +423,16 @@ TEST_F(WalkTest, entries_and_skips_are_visible_while_the_walk_runs) {
     add_folder(u"C:\\top\\denied");
     fail_node(u"C:\\top\\denied", &NodeFaults::open, kAccessDenied);
     add_generated_folder(u"C:\\top\\many", numbered_files(2500));
-    add_file(u"C:\\top\\z");
+    add_file(u"C:\\top\\z\\f");
     Gate gate;
-    on_child(u"C:\\top", 2, [&] { gate.hold(); });
+    on_child(u"C:\\top\\z", 0, [&] { gate.hold(); });
     ASSERT_EQ(ss_start(handle_, "C:\\top", "", 0), 1);
     ASSERT_TRUE(gate.wait_until_held());
     EXPECT_EQ(status(), (EngineStatus{SS_ENGINE_RUNNING, 2048, 1, 0, 0}));
     EXPECT_EQ(listing()[0], "C:/top/denied/");
     EXPECT_FALSE(snapshot().complete);
     gate.release();
-    EXPECT_EQ(finish(), (EngineStatus{SS_ENGINE_READY, 2503, 1, 0, 0}));
+    EXPECT_EQ(finish(), (EngineStatus{SS_ENGINE_READY, 2504, 1, 0, 0}));
 }
 
 // ---- Size limits --------------------------------------------------------------------------------
