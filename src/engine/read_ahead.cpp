@@ -42,11 +42,11 @@ Folder::~Folder() {
 }
 
 ReadAhead::ReadAhead(const std::u16string& root, const std::atomic<bool>& cancel,
-                     std::uint32_t readers)
+                     const ReadAheadOptions& options)
     : stop_{cancel, stopped_},
-      wanted_readers_(readers),
+      options_(options),
       first_listed_(&root_),
-      most_readers_(std::min(readers, kMostReaders)) {
+      most_readers_(std::min(options.readers, kMostReaders)) {
     root_.name_ = root;
     root_.answers_.has_attributes = true;  // nobody asks: a root is entered whatever it is
 }
@@ -109,14 +109,14 @@ Folder* ReadAhead::claim_subfolder(Folder& parent, std::unique_ptr<Folder>& spar
 
 // For a reader: what is needed soonest and fits. Null when there is nothing.
 Folder* ReadAhead::claim(std::unique_ptr<Folder>& spare) {
-    if (used_bytes_ + kPieceBytes > kReadersBytes) return nullptr;
+    if (!readers_have_room()) return nullptr;
     Folder* const folder = first_claimable();
     if (folder == nullptr || folder->unclaimed_ == 0) return folder;
     return claim_subfolder(*folder, spare);
 }
 
 void ReadAhead::wake_reader() {
-    if (idle_readers_ == 0 || used_bytes_ + kPieceBytes > kReadersBytes) return;
+    if (idle_readers_ == 0 || !readers_have_room()) return;
     if (first_claimable() != nullptr) work_.notify_one();
 }
 
@@ -192,7 +192,7 @@ void ReadAhead::read_until_stopped() noexcept {
         }
         if (folder == nullptr) return;
         try {
-            read(*folder, reader, path, kPieceBytes);
+            read(*folder, reader, path, options_.piece_bytes);
         } catch (...) {
             return;
         }
@@ -203,7 +203,7 @@ void ReadAhead::read_until_stopped() noexcept {
 
 Folder& ReadAhead::enter_root() {
     const platform::MutexLock lock(mutex_);
-    if (wanted_readers_ != kAsNeeded) {
+    if (options_.readers != ReadAheadOptions::kAsNeeded) {
         while (readers_ < most_readers_) start_reader();
     }
     await_piece(root_);
@@ -254,8 +254,9 @@ void ReadAhead::await_piece(Folder& folder) {
                 answered_.wait_for(mutex_, kGlanceMilliseconds);
                 awaited_ = nullptr;
             } else {
-                const bool fits = used_bytes_ + kPieceBytes <= kMostBytes;
-                read(folder, reader_, path_, fits ? kPieceBytes : kSmallPieceBytes);
+                const bool fits = used_bytes_ + options_.piece_bytes <= options_.most_bytes;
+                read(folder, reader_, path_,
+                     fits ? options_.piece_bytes : options_.small_piece_bytes);
                 if (reader_.ran_out_of_memory()) throw std::bad_alloc();
             }
         } while (!is_answered());

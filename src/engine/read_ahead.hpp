@@ -79,20 +79,24 @@ private:
     Folder* after_ = nullptr;
 };
 
-class ReadAhead {
-public:
-    static constexpr std::uint32_t kMostReaders = 4;
+inline constexpr std::uint32_t kMostReaders = 4;
+
+struct ReadAheadOptions {
     // As many readers as the answers of the disk are worth.
     static constexpr std::uint32_t kAsNeeded = UINT32_MAX;
 
-    static constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
-    static constexpr std::size_t kSmallPieceBytes = std::size_t{2} << 10;
-    static constexpr std::size_t kReadersBytes = std::size_t{6} << 20;
-    static constexpr std::size_t kMostBytes = std::size_t{8} << 20;
+    std::uint32_t readers = kAsNeeded;  // or so many from the start, at most kMostReaders
+    std::size_t piece_bytes = std::size_t{1} << 20;
+    std::size_t small_piece_bytes = std::size_t{2} << 10;
+    std::size_t readers_bytes = std::size_t{6} << 20;  // what readers stay within
+    std::size_t most_bytes = std::size_t{8} << 20;     // from where on the walk reads small pieces
+};
 
-    // `root` and `cancel` outlive this. `readers`: so many at once (at most kMostReaders), or
-    // kAsNeeded.
-    ReadAhead(const std::u16string& root, const std::atomic<bool>& cancel, std::uint32_t readers);
+class ReadAhead {
+public:
+    // `root` and `cancel` outlive this.
+    ReadAhead(const std::u16string& root, const std::atomic<bool>& cancel,
+              const ReadAheadOptions& options);
     // Ends the readers, waiting for no more than the system call that each is in.
     ~ReadAhead();
     ReadAhead(const ReadAhead&) = delete;
@@ -120,6 +124,9 @@ private:
         SS_REQUIRES(mutex_);
     void settle(Folder& folder, PiecePtr piece, std::size_t reserved_bytes) SS_REQUIRES(mutex_);
     void unlist_if_done(Folder& folder) SS_REQUIRES(mutex_);
+    bool readers_have_room() const SS_REQUIRES(mutex_) {
+        return used_bytes_ + options_.piece_bytes <= options_.readers_bytes;
+    }
     void wake_reader() SS_REQUIRES(mutex_);
 
     void await_piece(Folder& folder) SS_REQUIRES(mutex_);
@@ -127,7 +134,7 @@ private:
     void start_reader() SS_REQUIRES(mutex_);
 
     const StopFlags stop_;
-    const std::uint32_t wanted_readers_;
+    const ReadAheadOptions options_;
 
     platform::Mutex mutex_;
     platform::Condition work_;      // a reader may find something to claim

@@ -18,13 +18,13 @@ namespace {
 
 class Walk {
 public:
-    Walk(Engine& engine, Index& index, std::uint32_t readers)
-        : engine_(engine), index_(index), readers_(readers) {}
+    Walk(Engine& engine, Index& index, const ReadAheadOptions& options)
+        : engine_(engine), index_(index), options_(options) {}
 
     void run(const std::vector<std::u16string>& roots) {
         for (const std::u16string& root : roots) {
             if (engine_.cancel || engine_.limited != 0) break;
-            ReadAhead read_ahead(root, engine_.cancel, readers_);
+            ReadAhead read_ahead(root, engine_.cancel, options_);
             walk_root(read_ahead, root);
         }
         publish_shard(index_, batch_);
@@ -149,7 +149,7 @@ private:
 
     Engine& engine_;
     Index& index_;
-    const std::uint32_t readers_;
+    const ReadAheadOptions& options_;
     Batch batch_;                 // found, not yet published
     std::uint32_t count_ = 0;     // entries of this run, all roots
     std::uint64_t estimate_ = 0;  // memory estimate of every entry considered, in bytes
@@ -161,8 +161,8 @@ private:
 }  // namespace
 
 void walk(Engine& engine, Index& index, const std::vector<std::u16string>& roots,
-          std::uint32_t readers) {
-    Walk(engine, index, readers).run(roots);
+          const ReadAheadOptions& options) {
+    Walk(engine, index, options).run(roots);
 }
 
 }  // namespace system_search

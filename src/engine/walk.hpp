@@ -13,8 +13,8 @@ namespace system_search {
 // when the engine's `cancel` is set, or at a size limit, which sets the engine's `limited`; what
 // was found until then is published. When it throws (a name that is not valid UTF-16, memory) the
 // entries of the unpublished batch are lost. Build thread only; the threads that read ahead of it
-// have ended when it returns. `readers`: how many, or ReadAhead::kAsNeeded.
+// have ended when it returns.
 void walk(Engine& engine, Index& index, const std::vector<std::u16string>& roots,
-          std::uint32_t readers = ReadAhead::kAsNeeded);
+          const ReadAheadOptions& options = {});
 
 }  // namespace system_search

@@ -135,6 +135,7 @@ Error Enumeration::open(const std::u16string& folder, Child& first) {
     const Quiet quiet;
     close();
     if (const Error planned = enter_call(kOpenFolder)) return planned;
+    answer_takes(&Latencies::open);
     auto opened = std::make_unique<OpenEnumeration>();
     {
         const std::lock_guard lock(volume().mutex);
@@ -161,14 +162,20 @@ Error Enumeration::open(const std::u16string& folder, Child& first) {
     if (opened->generated) opened->count = opened->generated->count();
     if (const Error error = fill(*opened, first)) return error;
     handle_ = opened.release();
-    volume().open_enumerations.fetch_add(1);
+    const std::uint64_t now_open = volume().open_enumerations.fetch_add(1) + 1;
+    std::uint64_t most = volume().most_open_enumerations;
+    while (most < now_open &&
+           !volume().most_open_enumerations.compare_exchange_weak(most, now_open)) {
+    }
     return kSuccess;
 }
 
 Error Enumeration::next(Child& child) noexcept {
     const Quiet quiet;
     if (const Error planned = enter_call(kNextChild)) return planned;
-    return fill(*static_cast<OpenEnumeration*>(handle_), child);
+    auto& open = *static_cast<OpenEnumeration*>(handle_);
+    if (open.index % kChildrenPerRead == 0) answer_takes(&Latencies::read);
+    return fill(open, child);
 }
 
 void Enumeration::close() noexcept {

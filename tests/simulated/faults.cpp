@@ -1,8 +1,11 @@
 // Plans for platform calls, and the gate.
 #include "simulated/faults.hpp"
 
+#include <sys/prctl.h>
+
 #include <bit>
 #include <chrono>
+#include <thread>
 
 #include "simulated/tree.hpp"
 
@@ -81,6 +84,14 @@ void on_platform_call(std::uint64_t nth, std::uint32_t calls, std::function<void
     start_counting(current);
 }
 
+void on_every_platform_call(std::uint32_t calls, std::function<void()> hook) {
+    const Quiet quiet;
+    Plans& current = plans();
+    const std::lock_guard lock(current.mutex);
+    current.all.push_back({calls, 1, UINT64_MAX, platform::kSuccess, std::move(hook), 0});
+    start_counting(current);
+}
+
 void count_platform_calls() {
     const std::lock_guard lock(plans().mutex);
     start_counting(plans());
@@ -107,8 +118,35 @@ void forget_call_plans() {
     calls_are_planned = false;
 }
 
+std::atomic<bool> disk_is_slow{false};
+
+namespace {
+Latencies slow_disk;  // written while nothing runs
+}
+
+void set_latencies(const Latencies& latencies) {
+    slow_disk = latencies;
+    disk_is_slow = latencies.open != 0 || latencies.read != 0 || latencies.attributes != 0;
+}
+
+void wait_for_disk(std::int64_t Latencies::*which) {
+    const std::int64_t nanoseconds = slow_disk.*which;
+    if (nanoseconds == 0) return;
+    {
+        const std::lock_guard lock(volume().mutex);
+        if (volume().clock) {
+            *volume().clock += nanoseconds;
+            return;
+        }
+    }
+    // A thread of the system may sleep 50 us longer than it asked for.
+    prctl(PR_SET_TIMERSLACK, 1);
+    std::this_thread::sleep_for(std::chrono::nanoseconds(nanoseconds));
+}
+
 void reset_faults() {
     forget_call_plans();
+    set_latencies({});
     const std::lock_guard lock(plans().mutex);
     start_counting(plans());
     calls_are_planned = false;

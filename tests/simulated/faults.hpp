@@ -70,6 +70,19 @@ private:
     bool released_ = false;
 };
 
+// ---- A slow disk --------------------------------------------------------------------------------
+
+// How long an answer takes, in nanoseconds. A frozen clock is moved on by so much; otherwise the
+// thread sleeps, no lock held.
+struct Latencies {
+    std::int64_t open = 0;  // opening an enumeration, also one that fails
+    std::int64_t read = 0;  // every kChildrenPerRead children after that
+    std::int64_t attributes = 0;
+};
+inline constexpr std::uint64_t kChildrenPerRead = 256;
+
+void set_latencies(const Latencies& latencies);
+
 // ---- The Nth platform call ----------------------------------------------------------------------
 
 enum Call : std::uint32_t {
@@ -105,6 +118,8 @@ void fail_platform_call(std::uint64_t nth, platform::Error error, std::uint32_t 
 // Runs `hook`, no lock held, before the `nth` call among `calls` from now on. The hook may change
 // the tree or hold the thread.
 void on_platform_call(std::uint64_t nth, std::uint32_t calls, std::function<void()> hook);
+// Runs `hook`, no lock held, before every call among `calls` from now on, on the calling thread.
+void on_every_platform_call(std::uint32_t calls, std::function<void()> hook);
 // Counts without failing anything.
 void count_platform_calls();
 // Calls since the counting started, and how many of them were made to fail by a plan.
@@ -133,6 +148,19 @@ public:
     static std::uint64_t counted();  // allocations seen by the last one
     static std::size_t largest();    // the bytes of the largest of them
     static bool hit();               // whether the last one made any fail
+};
+
+// While it lives, counts the bytes that operator new has given out and operator delete has not got
+// back, those of the volume left out. At most one at a time.
+class HeapWatch {
+public:
+    HeapWatch();
+    ~HeapWatch();
+    HeapWatch(const HeapWatch&) = delete;
+    HeapWatch& operator=(const HeapWatch&) = delete;
+
+    static std::int64_t bytes();
+    static std::int64_t most_bytes();
 };
 
 // While it lives, allocations of this thread neither fail nor count.

@@ -95,6 +95,7 @@ struct Volume {
     std::optional<std::int64_t> clock;
 
     std::atomic<std::uint64_t> open_enumerations{0};
+    std::atomic<std::uint64_t> most_open_enumerations{0};
     std::atomic<std::uint64_t> open_files{0};
     std::atomic<std::uint64_t> threads{0};
 };
@@ -154,6 +155,14 @@ inline platform::Error enter_call(Call call) {
         return platform::kSuccess;
     }
     return planned_call(call);
+}
+
+extern std::atomic<bool> disk_is_slow;
+void wait_for_disk(std::int64_t Latencies::*which);
+
+// What the disk needs to answer, with no lock held.
+inline void answer_takes(std::int64_t Latencies::*which) {
+    if (disk_is_slow.load(std::memory_order_relaxed)) wait_for_disk(which);
 }
 
 // Whether the allocation that is asked for now has to fail. Counts it.

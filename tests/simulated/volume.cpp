@@ -242,6 +242,7 @@ void reset() {
     all.disk_room = UINT64_MAX;
     all.partial_writes = false;
     all.clock.reset();
+    all.most_open_enumerations = 0;
 }
 
 void add_folder(std::u16string_view path) {
@@ -369,6 +370,10 @@ void freeze_clock(std::int64_t nanoseconds) {
     volume().clock = nanoseconds;
 }
 
+std::uint64_t most_open_enumerations() {
+    return volume().most_open_enumerations;
+}
+
 OpenHandles open_handles() {
     const Volume& all = volume();
     return {all.open_enumerations.load(), all.open_files.load(), all.threads.load()};
@@ -385,6 +390,7 @@ using namespace simulated;
 std::uint32_t attributes(const char16_t* path) noexcept {
     const Quiet quiet;
     if (enter_call(kAttributes) != 0) return kInvalidAttributes;
+    answer_takes(&Latencies::attributes);
     const std::lock_guard lock(volume().mutex);
     const Location found = locate(path, /*follow_last_link=*/false);
     if (found.error != 0) return kInvalidAttributes;

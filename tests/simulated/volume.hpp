@@ -119,6 +119,8 @@ struct OpenHandles {
     bool operator==(const OpenHandles&) const = default;
 };
 OpenHandles open_handles();
+// Enumerations that were open at one time since reset, at most.
+std::uint64_t most_open_enumerations();
 std::uint64_t thread_buffers();  // those not freed yet
 
 }  // namespace system_search::simulated
