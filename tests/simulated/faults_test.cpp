@@ -134,5 +134,67 @@ TEST_F(SimulatedFaults, short_memory_shows_at_the_platform_calls_that_need_some)
     EXPECT_FALSE(thread.joinable());
 }
 
+TEST_F(SimulatedFaults, a_slow_disk_moves_a_frozen_clock_by_what_each_answer_takes) {
+    add_generated_folder(u"C:\\m", numbered_files(2 * kChildrenPerRead + 1));
+    add_folder(u"C:\\empty");
+    freeze_clock(0);
+    set_latencies({.open = 1, .read = 100, .attributes = 10'000});
+    Enumeration enumeration;
+    Child child;
+    EXPECT_EQ(enumeration.open(u"C:\\gone", child), platform::kPathNotFound);
+    EXPECT_EQ(enumeration.open(u"C:\\empty", child), platform::kNoMoreFiles);
+    EXPECT_EQ(platform::monotonic_nanoseconds(), 2);
+    EXPECT_EQ(enumeration.open(u"C:\\m", child), platform::kSuccess);
+    while (enumeration.next(child) == platform::kSuccess) {
+    }
+    EXPECT_EQ(platform::monotonic_nanoseconds(), 203);
+    platform::attributes(u"C:\\m");
+    EXPECT_EQ(platform::monotonic_nanoseconds(), 10'203);
+}
+
+TEST_F(SimulatedFaults, a_slow_disk_holds_the_thread_when_the_clock_runs) {
+    set_latencies({.attributes = 3'000'000});
+    const std::int64_t begin = platform::monotonic_nanoseconds();
+    platform::attributes(u"C:\\");
+    EXPECT_GE(platform::monotonic_nanoseconds() - begin, 3'000'000);
+}
+
+TEST_F(SimulatedFaults, a_hook_runs_before_every_call_of_its_kinds) {
+    add_folder(u"C:\\m");
+    int calls = 0;
+    on_every_platform_call(kAttributes | kStatus, [&] { ++calls; });
+    Status status{};
+    platform::attributes(u"C:\\m");
+    platform::status_following_links(u"C:\\m", status);
+    platform::attributes(u"C:\\m");
+    platform::monotonic_nanoseconds();
+    EXPECT_EQ(calls, 3);
+}
+
+TEST_F(SimulatedFaults, the_most_enumerations_that_were_open_at_once_are_counted) {
+    add_file(u"C:\\m\\a");
+    Child child;
+    {
+        Enumeration one;
+        Enumeration other;
+        EXPECT_EQ(one.open(u"C:\\m", child), platform::kSuccess);
+        EXPECT_EQ(other.open(u"C:\\m", child), platform::kSuccess);
+    }
+    Enumeration again;
+    EXPECT_EQ(again.open(u"C:\\m", child), platform::kSuccess);
+    EXPECT_EQ(most_open_enumerations(), 2u);
+}
+
+TEST_F(SimulatedFaults, the_heap_is_watched_without_what_the_volume_takes) {
+    const HeapWatch watch;
+    auto block = std::make_unique<char[]>(100'000);
+    add_file(std::u16string_view(u"C:\\file"), 1);
+    EXPECT_GE(HeapWatch::bytes(), 100'000);
+    EXPECT_LT(HeapWatch::bytes(), 110'000);
+    block.reset();
+    EXPECT_EQ(HeapWatch::bytes(), 0);
+    EXPECT_GE(HeapWatch::most_bytes(), 100'000);
+}
+
 }  // namespace
 }  // namespace system_search::simulated
