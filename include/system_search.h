@@ -138,7 +138,8 @@ typedef struct ResultMetadata {
    Free it with ss_destroy. Does not block. */
 SS_API SystemSearchEngine* ss_create(void);
 
-/* Starts a build on the engine's own thread and returns 1; returns 0 when it could not.
+/* Starts a build on the engine's own thread and returns 1; returns 0 when it could not. While the
+ * disk is slow to answer, up to four threads more read folders ahead of it; they end with it.
  *
  *   scope       the folder to index, an absolute path; "" means every local drive (fixed and
  *               removable, not network, optical or RAM drives). A bad scope does not fail here:
