@@ -10,8 +10,13 @@
 // The same runtime locks a mutex around its reserve for exceptions thrown when memory is short. Its
 // own mutexes allocate at their first use; the four functions below stand in for them. Its start
 // code would bring static thread-local storage along, unless its callback for that is defined here.
+//
+// The runtime's stack protector would load the system's cryptography while the library is being
+// attached, under the loader's lock. The three names that the compiler needs of it stand here.
 #include "platform/windows_runtime.hpp"
 
+#include <cpuid.h>
+#include <immintrin.h>
 #include <pthread.h>
 #include <windows.h>
 
@@ -28,6 +33,8 @@
 namespace __gnu_cxx {
 void __freeres();
 }
+
+extern "C" std::uintptr_t __stack_chk_guard;
 
 namespace system_search::platform {
 namespace {
@@ -72,6 +79,31 @@ ExceptionScope::~ExceptionScope() {
     if (ready_) TlsSetValue(record_slot, outer_);
 }
 
+namespace {
+
+__attribute__((target("rdrnd"))) std::uint64_t random_of_the_processor() noexcept {
+    unsigned a = 0;
+    unsigned b = 0;
+    unsigned c = 0;
+    unsigned d = 0;
+    unsigned long long random = 0;
+    if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (c & bit_RDRND) == 0) return 0;
+    return _rdrand64_step(&random) != 0 ? random : 0;
+}
+
+}  // namespace
+
+// No call of the system: the processor's random number where it has one, and what differs between
+// any two loads everywhere. The guard keeps a zero byte, at which a text that overflows stops.
+__attribute__((no_stack_protector)) void seed_stack_guard() noexcept {
+    constexpr std::uint64_t kMix = 0x9E37'79B9'7F4A'7C15;
+    std::uint64_t seed = __rdtsc();
+    seed = (seed ^ reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0))) * kMix;
+    seed = (seed ^ reinterpret_cast<std::uintptr_t>(&__stack_chk_guard)) * kMix;
+    seed ^= random_of_the_processor();
+    __stack_chk_guard = (seed ^ (seed >> 32)) << 8;
+}
+
 void release_runtime() noexcept {
     const DWORD slot = record_slot.exchange(TLS_OUT_OF_INDEXES);
     if (slot != TLS_OUT_OF_INDEXES) TlsFree(slot);
@@ -81,6 +113,21 @@ void release_runtime() noexcept {
 }  // namespace system_search::platform
 
 extern "C" {
+
+// What every protected function puts behind its arrays. The same everywhere until it is seeded.
+std::uintptr_t __stack_chk_guard = 0xB7E1'5162'8AED'2A00;
+
+// The stack is not to be trusted any more: no handler runs, the system ends the process at once.
+[[noreturn]] void __stack_chk_fail() {
+    constexpr unsigned kStackCookieCheckFailure = 2;
+    asm volatile("int $0x29" : : "c"(kStackCookieCheckFailure));
+    __builtin_unreachable();
+}
+
+// The same for the checked copies of fortified code.
+[[noreturn]] void __chk_fail() {
+    __stack_chk_fail();
+}
 
 // The runtime's start code asks for this one, and with it would come static thread-local storage,
 // which nothing here uses: the loader then keeps memory for the library in every thread of the
