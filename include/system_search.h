@@ -16,8 +16,9 @@
  *  3. Paths handed to the host are absolute and use "/" as the only separator ("C:/Users/ann").
  *     Paths given by the host may use "/" or "\" and may hold "." and ".." elements, but must be
  *     absolute: a drive letter, a colon and a separator; or two separators and a server name.
- *     Paths longer than the classic 260 characters work when the host's manifest declares itself
- *     long-path aware.
+ *     Paths of any length are found, whatever the host's manifest says, and so are names that
+ *     only other systems make ("nul", "docs."). A path given by the host means what it would mean
+ *     to any program.
  *
  *  4. Errors. A function that can fail returns 0 or null. Nothing is thrown, nothing is logged,
  *     no callback is ever made: the host learns of progress and outcome by polling.

@@ -24,7 +24,8 @@ public:
     void run(const std::vector<std::u16string>& roots) {
         for (const std::u16string& root : roots) {
             if (engine_.cancel || engine_.limited != 0) break;
-            ReadAhead read_ahead(root, engine_.cancel, options_);
+            const std::u16string system_root = platform::as_system_reads(root);
+            ReadAhead read_ahead(system_root, engine_.cancel, options_);
             walk_root(read_ahead, root);
         }
         publish_shard(index_, batch_);

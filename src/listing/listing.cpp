@@ -23,8 +23,9 @@ public:
     std::uint32_t read(const std::string& directory) {
         wide_path_ = wide_from_utf8(directory);
         if (!is_absolute_path(wide_path_)) return SS_QUERY_FAILED;
-        folder_units_ = wide_path_.size();
         utf8_prefix_ = stored_prefix();
+        wide_path_ = platform::as_system_reads(wide_path_);
+        folder_units_ = wide_path_.size();
 
         platform::Enumeration enumeration;
         platform::Error error = enumeration.open(wide_path_, child_);
@@ -102,7 +103,7 @@ private:
     ShardList shards_;
     Batch batch_;                 // the children that no shard holds yet
     std::uint64_t estimate_ = 0;  // memory estimate of the children kept, in bytes
-    std::u16string wide_path_;    // the folder, as the host gave it
+    std::u16string wide_path_;    // the folder, as the system reads what the host gave
     std::size_t folder_units_ = 0;
     std::string utf8_prefix_;  // the folder as entries hold it, closed by a separator
     platform::Child child_;    // the child in hand

@@ -4,8 +4,12 @@
 // instead, so that every rule of the core runs natively, with any failure injected. There are no
 // virtual calls: the implementation is chosen when the program is linked.
 //
-// Paths are UTF-16 (char16_t), NUL-terminated where a pointer is taken. Errors are system error
-// numbers; 0 is success. Nothing here throws, except std::bad_alloc where a function says so.
+// Paths are UTF-16 (char16_t), NUL-terminated where a pointer is taken, and of any length. A path
+// is either *given* by the host, and means what it would mean to every program; or it is *found*:
+// the system named its last components, and each of them means exactly what is written, though a
+// program that hands over "x." or "nul" would be given something else. Each function says which.
+// Errors are system error numbers; 0 is success. Nothing here throws, except std::bad_alloc where
+// a function says so.
 #pragma once
 
 #include <cstddef>
@@ -74,6 +78,11 @@ constexpr bool is_link(std::uint32_t attributes, std::uint32_t reparse_tag) {
 
 // ---- Enumerating a folder -----------------------------------------------------------------------
 
+// A folder that the host has given, as the path below which others are found: the text itself,
+// unless the system would read it otherwise, as it does with dots at the end of a component. Throws
+// std::bad_alloc.
+std::u16string as_system_reads(const std::u16string& folder);
+
 // One child as the enumeration reports it. A caller keeps one and lets every call overwrite it.
 struct Child {
     std::uint32_t attributes;
@@ -101,8 +110,8 @@ public:
     }
     ~Enumeration() { close(); }
 
-    // Opens `folder` and reads its first child. kNoMoreFiles: the folder is empty. After any error
-    // the enumeration is closed. Throws std::bad_alloc.
+    // Opens `folder`, a found path, and reads its first child. kNoMoreFiles: the folder is empty.
+    // After any error the enumeration is closed. Throws std::bad_alloc.
     Error open(const std::u16string& folder, Child& first);
     // Reads the next child. kNoMoreFiles: there is none.
     Error next(Child& child) noexcept;
@@ -114,7 +123,8 @@ private:
 
 // ---- Asking about a path ------------------------------------------------------------------------
 
-// The attributes of the item itself, links not followed; kInvalidAttributes on any failure.
+// The attributes of the item itself, links not followed; kInvalidAttributes on any failure. A found
+// path.
 std::uint32_t attributes(const char16_t* path) noexcept;
 
 struct Status {
@@ -122,7 +132,7 @@ struct Status {
     std::uint32_t reparse_tag;  // 0 unless the attributes carry kAttributeReparsePoint
 };
 
-// The status of what `path` leads to, links followed.
+// The status of what `path`, a given one, leads to, links followed.
 Error status_following_links(const char16_t* path, Status& out) noexcept;
 
 struct FileInformation {
@@ -131,7 +141,9 @@ struct FileInformation {
     std::uint64_t last_write;  // 100-nanosecond intervals since 1601-01-01 UTC
 };
 
-// Size and last write time of the item itself, links not followed.
+// Size and last write time of the item itself, links not followed. A found path; where nothing is
+// found under it, and it would be read otherwise as a given one, that is asked for as well: what
+// was found below the folder "x." of a host has that text in its path.
 Error file_information(const char16_t* path, FileInformation& out) noexcept;
 
 // The system's sentence for an error number, UTF-8, without a line end. Throws std::bad_alloc.
@@ -150,7 +162,9 @@ std::uint32_t drive_type(const char16_t* root) noexcept;
 
 // ---- Files --------------------------------------------------------------------------------------
 
-// An open file, unbuffered. Other processes may read, write, replace or delete it meanwhile.
+// An open file, unbuffered, of a given path. Other processes may read, write, rename or delete it
+// meanwhile; one that they delete is gone when the last handle is closed, and no other file can be
+// moved onto it before.
 class File {
 public:
     File() = default;
@@ -172,6 +186,7 @@ private:
     void* handle_ = nullptr;  // null: closed
 };
 
+// The paths of the following functions are given ones.
 Error remove_file(const char16_t* path) noexcept;
 // Moves `source` onto `destination` in one step, replacing it, written through to the disk.
 Error replace_file(const char16_t* source, const char16_t* destination) noexcept;

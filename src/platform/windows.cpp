@@ -8,6 +8,8 @@
 #include <new>
 
 #include "platform/platform.hpp"
+#include "platform/system_path.hpp"
+#include "platform/windows_path.hpp"
 #include "platform/windows_runtime.hpp"
 
 namespace system_search::platform {
@@ -76,12 +78,14 @@ Error Enumeration::open(const std::u16string& folder, Child& first) {
     pattern = folder;
     if (pattern.empty() || (pattern.back() != u'\\' && pattern.back() != u'/')) pattern += u'\\';
     pattern += u'*';
+    const SystemPath path = SystemPath::found(pattern.c_str());
+    if (!path) throw std::bad_alloc();
 
     WIN32_FIND_DATAW found;
     // The basic level leaves out the short names, which cost the system a lookup per child.
     HANDLE const search =
-        FindFirstFileExW(wide(pattern.c_str()), FindExInfoBasic, &found, FindExSearchNameMatch,
-                         nullptr, FIND_FIRST_EX_LARGE_FETCH);
+        FindFirstFileExW(path.c_str(), FindExInfoBasic, &found, FindExSearchNameMatch, nullptr,
+                         FIND_FIRST_EX_LARGE_FETCH);
     if (search == INVALID_HANDLE_VALUE) return last_error();
     handle_ = search;
     const Error error = skip_dots(search, found, first);
@@ -104,10 +108,16 @@ void Enumeration::close() noexcept {
 
 std::uint32_t attributes(const char16_t* path) noexcept {
     static_assert(kInvalidAttributes == INVALID_FILE_ATTRIBUTES);
-    return GetFileAttributesW(wide(path));
+    const SystemPath found = SystemPath::found(path);
+    return found ? GetFileAttributesW(found.c_str()) : kInvalidAttributes;
 }
 
 namespace {
+
+Error read_attributes(const SystemPath& path, WIN32_FILE_ATTRIBUTE_DATA& data) {
+    if (!path) return last_error();
+    return result_of(GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data));
+}
 
 Error target_status(HANDLE target, Status& out) {
     FILE_BASIC_INFO basic;
@@ -128,13 +138,14 @@ Error target_status(HANDLE target, Status& out) {
 }  // namespace
 
 Error status_following_links(const char16_t* path, Status& out) noexcept {
+    const SystemPath given = SystemPath::given(path);
     WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!GetFileAttributesExW(wide(path), GetFileExInfoStandard, &data)) return last_error();
+    if (const Error error = read_attributes(given, data)) return error;
     out = {data.dwFileAttributes, 0};
     if ((out.attributes & kAttributeReparsePoint) == 0) return kSuccess;
 
     // Only opening it follows a link; the flag is what lets a folder be opened at all.
-    HANDLE const target = CreateFileW(wide(path), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
+    HANDLE const target = CreateFileW(given.c_str(), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
                                       OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (target == INVALID_HANDLE_VALUE) return last_error();
     const Error error = target_status(target, out);
@@ -144,7 +155,11 @@ Error status_following_links(const char16_t* path, Status& out) noexcept {
 
 Error file_information(const char16_t* path, FileInformation& out) noexcept {
     WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!GetFileAttributesExW(wide(path), GetFileExInfoStandard, &data)) return last_error();
+    Error error = read_attributes(SystemPath::found(path), data);
+    if (is_not_found(error) && !is_read_as_written(path)) {
+        error = read_attributes(SystemPath::given(path), data);
+    }
+    if (error != kSuccess) return error;
     out = {data.dwFileAttributes, join_halves(data.nFileSizeHigh, data.nFileSizeLow),
            join_halves(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
     return kSuccess;
@@ -181,14 +196,18 @@ std::uint32_t drive_type(const char16_t* root) noexcept {
 
 Error File::open_for_reading(const char16_t* path) noexcept {
     close();
-    handle_ = handle_or_null(CreateFileW(wide(path), GENERIC_READ, kShareAll, nullptr,
+    const SystemPath given = SystemPath::given(path);
+    if (!given) return last_error();
+    handle_ = handle_or_null(CreateFileW(given.c_str(), GENERIC_READ, kShareAll, nullptr,
                                          OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     return handle_ != nullptr ? kSuccess : last_error();
 }
 
 Error File::create(const char16_t* path) noexcept {
     close();
-    handle_ = handle_or_null(CreateFileW(wide(path), GENERIC_WRITE, kShareAll, nullptr,
+    const SystemPath given = SystemPath::given(path);
+    if (!given) return last_error();
+    handle_ = handle_or_null(CreateFileW(given.c_str(), GENERIC_WRITE, kShareAll, nullptr,
                                          CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     return handle_ != nullptr ? kSuccess : last_error();
 }
@@ -237,16 +256,22 @@ Error File::close() noexcept {
 }
 
 Error remove_file(const char16_t* path) noexcept {
-    return result_of(DeleteFileW(wide(path)));
+    const SystemPath given = SystemPath::given(path);
+    return given ? result_of(DeleteFileW(given.c_str())) : last_error();
 }
 
 Error replace_file(const char16_t* source, const char16_t* destination) noexcept {
-    return result_of(MoveFileExW(wide(source), wide(destination),
-                                 MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
+    const SystemPath from = SystemPath::given(source);
+    if (!from) return last_error();
+    const SystemPath to = SystemPath::given(destination);
+    if (!to) return last_error();
+    return result_of(
+        MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
 }
 
 Error create_folder(const char16_t* path) noexcept {
-    return result_of(CreateDirectoryW(wide(path), nullptr));
+    const SystemPath given = SystemPath::given(path);
+    return given ? result_of(CreateDirectoryW(given.c_str(), nullptr)) : last_error();
 }
 
 // ---- Threads and time ---------------------------------------------------------------------------

@@ -216,7 +216,7 @@ for command in index search list; do
         fail "$command --help"
 done
 
-# Paths beyond the classic 260 characters, which the manifest allows.
+# Paths beyond the classic 260 characters.
 long=$tree/long
 name=$(printf '%0100d' 0)
 mkdir -p "$long/$name/$name/$name" && : >"$long/$name/$name/$name/leaf"

@@ -14,7 +14,7 @@ mkdir -p "$deep"
 mkdir "$root/odd" && cd "$root/odd"
 touch ' leading' 'trailing ' ' both ' 'dot.' 'con' 'a:b' 'quo"te' 'star*' 'quest?' 'pi|pe' 'back\slash' \
     $'new\nline' 'ünïcödé' '漢字.txt' '😀.txt' "$(printf 'n%.0s' {1..255})" UPPER upper
-mkdir ' folder ' 'folder.' 'in folder' && touch ' folder /x' 'folder./x' 'in folder/y'
+mkdir ' folder ' 'folder.' 'in folder' && touch ' folder /in the blank' 'folder./in the dotted' 'in folder/y'
 ln -s . loop
 ln -s missing broken
 ln -s ../odd up
