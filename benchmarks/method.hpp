@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "figures.hpp"
+
 namespace system_search::bench {
 
 inline std::string output_of(const char* command) {
@@ -77,6 +79,10 @@ Times measure(int runs, double (*clock_ms)(), Body body) {
     }
     std::sort(times.begin(), times.end());
     return {times[times.size() / 2], times.front(), times.back()};
+}
+
+inline void write_figure(const std::string& name, const Times& times) {
+    write_figure(name, "ms", times.least_ms, times.median_ms, times.most_ms);
 }
 
 }  // namespace system_search::bench

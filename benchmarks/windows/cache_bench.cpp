@@ -164,6 +164,8 @@ int main(int argc, char** argv) {
     DeleteFileA(path.c_str());
     std::sort(ours.begin(), ours.end());
     std::sort(least.begin(), least.end());
+    system_search::bench::write_figure("load", "ms", ours);
+    system_search::bench::write_figure("least", "ms", least);
     const double times = ours[kRuns / 2] / least[kRuns / 2];
     std::printf(
         "corpus    %u entries of a seeded tree\n"

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "figures.hpp"
+
 namespace system_search::bench {
 
 inline std::string processor() {
@@ -62,6 +64,12 @@ inline double median(std::vector<double> values) {
 inline double spread_percent(const std::vector<double>& values) {
     const auto [least, most] = std::minmax_element(values.begin(), values.end());
     return 100.0 * (*most - *least) / median(values);
+}
+
+inline void write_figure(const std::string& name, const char* unit,
+                         const std::vector<double>& values) {
+    const auto [least, most] = std::minmax_element(values.begin(), values.end());
+    write_figure(name, unit, *least, median(values), *most);
 }
 
 }  // namespace system_search::bench

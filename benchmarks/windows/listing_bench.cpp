@@ -174,6 +174,11 @@ void run(const Folder& folder) {
         print_ratio("before metadata / bare + queries",
                     combine(before_metadata, combine(bare, queries, std::plus<>()), ratio));
     }
+    const std::string name = folder.path.substr(folder.path.rfind('\\') + 1);
+    system_search::bench::write_figure(name + ", listing", "ms", listing.wall);
+    system_search::bench::write_figure(name + ", before metadata", "ms", before_metadata.wall);
+    system_search::bench::write_figure(name + ", before metadata / bare", "times", measured.wall);
+    system_search::bench::write_figure(name + ", no match", "ms", no_match.wall);
     // On a busy machine either clock may flatter: the wall's with its noise, the processor's by
     // leaving out waits.
     const double worse = std::max(median(measured.wall), median(measured.process));

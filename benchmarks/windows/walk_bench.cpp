@@ -87,6 +87,9 @@ int main(int argc, char** argv) {
     }
     ss_destroy(engine);
 
+    system_search::bench::write_figure("bare recursion", "ms", bare);
+    system_search::bench::write_figure("the library", "ms", walked);
+    system_search::bench::write_figure("ratio", "times", ratios);
     std::printf("folder    %s, %u entries, warm, %d runs in turns\n\n", folder.c_str(), entries,
                 kRuns);
     std::printf("bare recursion    %8.0f ms  %6.2f us an entry  (spread %.0f %%)\n", median(bare),
