@@ -250,6 +250,8 @@ Pair measure_in_turn(Prepare prepare, Least least, Ours ours) {
 void report(const char* what, const Pair& pair, double aim) {
     const double median = pair.ours.median_ms / pair.least.median_ms;
     const double best = pair.ours.least_ms / pair.least.least_ms;
+    write_figure(what, pair.ours);
+    write_figure(std::string(what) + ", least", pair.least);
     std::printf(
         "%-5s %8.1f ms (%.1f to %.1f)   least %8.1f ms (%.1f to %.1f)   x %.2f "
         "(of the fastest runs x %.2f)   aim x %.1f %s\n",

@@ -163,6 +163,8 @@ int run(std::size_t count, std::uint32_t limit, const char* only_text) {
     std::printf("index     %.3f of the memory estimate, %.0f ns an entry to publish\n",
                 static_cast<double>(kept_bytes) / static_cast<double>(estimate),
                 publishing_ms * 1e6 / static_cast<double>(corpus.entries.size()));
+    write_figure("publishing, an entry", "ns",
+                 publishing_ms * 1e6 / static_cast<double>(corpus.entries.size()));
     const Plocate plocate(corpus);
     std::printf("limit     %u\n\n", limit);
 
@@ -185,6 +187,7 @@ int run(std::size_t count, std::uint32_t limit, const char* only_text) {
         const Times plain = measure(3, thread_ms, [&] {
             reference::search(plain_entries, row.text, row.flags, row.kind, limit);
         });
+        write_figure(std::string(row.sort) + " " + row.text, own);
         const double multiple = plain.median_ms / own.median_ms;
         std::printf("%-17s %-17s %9u %9.3f (%7.3f - %7.3f) %9.1f %7.1f %5.0f", row.sort, row.text,
                     result.matched, own.median_ms, own.least_ms, own.most_ms, plain.median_ms,

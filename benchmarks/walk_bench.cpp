@@ -172,6 +172,8 @@ int run() {
         }
         const Nanoseconds bare = per_entry(entries, [] { enumerate(u"C:\\Users\\ann"); });
         const Nanoseconds walked = per_entry(entries, [] { walk_once(); });
+        write_figure(std::string(shape.name) + ", bare", "ns", bare.least, bare.median, bare.most);
+        write_figure(shape.name, "ns", walked.least, walked.median, walked.most);
         std::printf("%-32s %9llu %11.0f %11.0f %9.0f %8.0f %13.2f\n", shape.name,
                     static_cast<unsigned long long>(entries), bare.median, walked.median,
                     walked.least, walked.most,
