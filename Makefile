@@ -3,11 +3,15 @@ dll:
 	scripts/setup
 	scripts/build windows
 
-demo test bench sanitize fuzz soak lint package docs picture:
+demo test bench sanitize fuzz soak lint package docs picture coverage:
 	scripts/$@
+
+# make repeat N=50
+repeat:
+	scripts/repeat $(N)
 
 format:
 	scripts/setup lint
 	git ls-files '*.c' '*.h' '*.cpp' '*.hpp' | xargs clang-format -i
 
-.PHONY: dll demo test bench sanitize fuzz soak lint format package docs picture
+.PHONY: dll demo test bench sanitize fuzz soak lint format package docs picture coverage repeat
