@@ -2,6 +2,7 @@
 //
 //     host FOLDER TEXT
 using System;
+using System.IO;
 using System.Text;
 using System.Threading;
 using SystemSearch;
@@ -61,6 +62,21 @@ internal static class Program
         }
     }
 
+    // A console is told that UTF-8 comes. Into a file or pipe it is written as it is, because there
+    // may be no console then, and telling none is an exception.
+    private static void WriteUtf8()
+    {
+        var utf8 = new UTF8Encoding(false);
+        if (Console.IsOutputRedirected)
+        {
+            Console.SetOut(new StreamWriter(Console.OpenStandardOutput(), utf8) { AutoFlush = true });
+        }
+        else
+        {
+            Console.OutputEncoding = utf8;
+        }
+    }
+
     private static int Main(string[] arguments)
     {
         if (arguments.Length != 2)
@@ -68,7 +84,7 @@ internal static class Program
             Console.Error.WriteLine("usage: host FOLDER TEXT");
             return 2;
         }
-        Console.OutputEncoding = new UTF8Encoding(false);
+        WriteUtf8();
         try
         {
             using (Engine engine = Engine.Create())
