@@ -3,6 +3,7 @@
 //
 // cache_test.sh prepares the folder that denies writing.
 #include "windows/cache_support.hpp"
+#include "windows/machine.hpp"
 
 #include <atomic>
 #include <cstdlib>
@@ -176,6 +177,7 @@ TEST_F(Cache, a_missing_drive_is_reported) {
 }
 
 TEST_F(Cache, a_read_only_folder_is_reported) {
+    NEEDS_PREPARED("SS_READ_ONLY_FOLDER");
     const char* const denied = std::getenv("SS_READ_ONLY_FOLDER");
     ASSERT_NE(denied, nullptr) << "run through cache_test.sh";
     const fs::path folder = denied;

@@ -14,6 +14,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "windows/machine.hpp"
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -248,7 +250,7 @@ TEST_F(CppFace, empty_objects_answer_as_null_handles_do) {
 
 TEST_F(CppFace, a_cancelled_build_ends) {
     ss::Engine engine = ss::Engine::create();
-    ASSERT_TRUE(engine.start("Z:/usr"));
+    ASSERT_TRUE(engine.start(large_folder()));
     engine.cancel();
     while (engine.progress().state == ss::EngineState::kRunning) std::this_thread::sleep_for(1ms);
     EXPECT_EQ(engine.progress().state, ss::EngineState::kCancelled);

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "windows/engine_host.hpp"
+#include "windows/machine.hpp"
 
 namespace {
 
@@ -12,8 +13,7 @@ constexpr EngineStatus kFresh{SS_ENGINE_IDLE, 0, 0, 0, 0};
 constexpr const char* kNotAbsolute = "Choose an absolute folder path.";
 constexpr const char* kUnavailable = "The selected folder is unavailable.";
 
-// A tree that no machine that built this lacks, and whose walk takes a good while.
-constexpr const char* kLargeFolder = "Z:\\usr";
+const std::string kLargeFolder = large_folder();
 
 class EngineTest : public EngineHost {
 protected:
@@ -90,6 +90,7 @@ TEST_F(EngineTest, a_full_shard_and_one_more_file) {
 }
 
 TEST_F(EngineTest, denied_folder_is_indexed_counted_once_and_its_siblings_go_on) {
+    NEEDS_PREPARED("SS_PREPARED");
     const std::string folder = prepared("denying");
     EXPECT_EQ(build(folder), (EngineStatus{SS_ENGINE_READY, 4, 1, 0, 0}));
     const std::string base = with_slashes(folder);
@@ -100,12 +101,14 @@ TEST_F(EngineTest, denied_folder_is_indexed_counted_once_and_its_siblings_go_on)
 }
 
 TEST_F(EngineTest, denied_scope_is_one_skipped_item) {
+    NEEDS_PREPARED("SS_PREPARED");
     EXPECT_EQ(build(prepared("denying\\denied")), (EngineStatus{SS_ENGINE_READY, 0, 1, 0, 0}));
     EXPECT_EQ(error(), "");
 }
 
 // Wine shows a link to a folder with the reparse-point attribute, but without a tag.
 TEST_F(EngineTest, folder_link_is_one_entry_that_is_not_followed) {
+    NEEDS_PREPARED("SS_PREPARED");
     const std::string folder = prepared("linking");
     EXPECT_EQ(build(folder), (EngineStatus{SS_ENGINE_READY, 3, 1, 0, 0}));
     const std::string base = with_slashes(folder);
@@ -115,6 +118,7 @@ TEST_F(EngineTest, folder_link_is_one_entry_that_is_not_followed) {
 }
 
 TEST_F(EngineTest, scope_may_be_a_link_to_a_folder) {
+    NEEDS_PREPARED("SS_PREPARED");
     EXPECT_EQ(build(prepared("linking\\link")), (EngineStatus{SS_ENGINE_READY, 1, 0, 0, 0}));
     EXPECT_EQ(indexed().begin()->first, with_slashes(prepared("linking\\link")) + "/inside");
     EXPECT_EQ(build(prepared("linking\\file link")).state, SS_ENGINE_FAILED);
@@ -165,7 +169,7 @@ TEST_F(EngineTest, slashes_and_dots_in_the_scope_vanish_from_the_paths) {
 // ---- A long walk --------------------------------------------------------------------------------
 
 TEST_F(EngineTest, entries_grow_by_whole_shards_and_the_start_is_refused_while_a_walk_runs) {
-    ASSERT_EQ(ss_start(engine_, kLargeFolder, "", 0), 1);
+    ASSERT_EQ(ss_start(engine_, kLargeFolder.c_str(), "", 0), 1);
     EXPECT_EQ(ss_start(engine_, "relative", "", 1), 0);
     std::uint32_t seen = 0;
     for (int changes = 0; changes < 4;) {
@@ -182,7 +186,7 @@ TEST_F(EngineTest, entries_grow_by_whole_shards_and_the_start_is_refused_while_a
 }
 
 TEST_F(EngineTest, cancelled_walk_keeps_its_entries_and_writes_no_cache) {
-    ASSERT_EQ(ss_start(engine_, kLargeFolder, path("cache").c_str(), 0), 1);
+    ASSERT_EQ(ss_start(engine_, kLargeFolder.c_str(), path("cache").c_str(), 0), 1);
     wait_for_entries();
     ss_cancel(engine_);
     const EngineStatus end = finish();
@@ -195,7 +199,7 @@ TEST_F(EngineTest, cancelled_walk_keeps_its_entries_and_writes_no_cache) {
 
 TEST_F(EngineTest, destroy_ends_a_walk) {
     SystemSearchEngine* const other = ss_create();
-    ASSERT_EQ(ss_start(other, kLargeFolder, path("cache").c_str(), 0), 1);
+    ASSERT_EQ(ss_start(other, kLargeFolder.c_str(), path("cache").c_str(), 0), 1);
     EngineStatus now{};
     while (now.entries == 0) ss_status(other, &now);
     EXPECT_EQ(now.state, SS_ENGINE_RUNNING);
@@ -204,7 +208,7 @@ TEST_F(EngineTest, destroy_ends_a_walk) {
 }
 
 TEST_F(EngineTest, status_and_error_may_be_read_from_several_threads) {
-    ASSERT_EQ(ss_start(engine_, kLargeFolder, "", 0), 1);
+    ASSERT_EQ(ss_start(engine_, kLargeFolder.c_str(), "", 0), 1);
     std::atomic<bool> done{false};
     std::atomic<int> wrong{0};
     std::vector<std::thread> pollers;
@@ -231,6 +235,7 @@ TEST_F(EngineTest, status_and_error_may_be_read_from_several_threads) {
 // ---- Restarting ---------------------------------------------------------------------------------
 
 TEST_F(EngineTest, every_final_state_leads_to_a_new_build) {
+    NEEDS_PREPARED("SS_PREPARED");
     make_files("tree", 3);
     const EngineStatus ready{SS_ENGINE_READY, 3, 0, 0, 0};
     const auto restart = [&] {
@@ -243,7 +248,7 @@ TEST_F(EngineTest, every_final_state_leads_to_a_new_build) {
     ASSERT_EQ(build(prepared("denying")).skipped, 1u);
     restart();
 
-    ASSERT_EQ(ss_start(engine_, kLargeFolder, "", 0), 1);
+    ASSERT_EQ(ss_start(engine_, kLargeFolder.c_str(), "", 0), 1);
     ss_cancel(engine_);
     ASSERT_EQ(finish().state, SS_ENGINE_CANCELLED);
     restart();
@@ -254,8 +259,9 @@ TEST_F(EngineTest, every_final_state_leads_to_a_new_build) {
 }
 
 TEST_F(EngineTest, new_start_shows_an_empty_index_at_once) {
+    NEEDS_PREPARED("SS_PREPARED");
     ASSERT_GE(build(prepared("denying")).entries, 4u);
-    ASSERT_EQ(ss_start(engine_, kLargeFolder, "", 0), 1);
+    ASSERT_EQ(ss_start(engine_, kLargeFolder.c_str(), "", 0), 1);
     const EngineStatus now = status();
     EXPECT_EQ(now.state, SS_ENGINE_RUNNING);
     EXPECT_EQ(now.entries % 1024, 0u) << "of the new walk, not of the old one";

@@ -11,6 +11,7 @@
 
 #include "system_search.h"
 #include "windows/host_query.hpp"
+#include "windows/machine.hpp"
 
 namespace {
 
@@ -135,6 +136,7 @@ TEST_F(ListingTest, folder_that_is_missing_a_file_or_not_utf8_fails) {
 }
 
 TEST_F(ListingTest, denied_folder_fails) {
+    NEEDS_PREPARED("SS_LISTING_FOLDER");
     const std::string denied = prepared("denied");
     WIN32_FIND_DATAA found;
     const HANDLE search = FindFirstFileA((denied + "\\*").c_str(), &found);
@@ -143,6 +145,7 @@ TEST_F(ListingTest, denied_folder_fails) {
 }
 
 TEST_F(ListingTest, links_are_counted_but_not_listed) {
+    NEEDS_PREPARED("SS_LISTING_FOLDER");
     const HostQuery all = list(prepared("links"));
     EXPECT_EQ(all.names(), (Names{"file", "folder"}));
     EXPECT_EQ(all.status().matched, 2u);

@@ -1,10 +1,17 @@
 // An empty scope on a prefix whose drives local_drives_test.sh made: one of each type, a file in
 // each.
 #include "windows/engine_host.hpp"
+#include "windows/machine.hpp"
 
 namespace {
 
-class LocalDrivesTest : public EngineHost {};
+class LocalDrivesTest : public EngineHost {
+protected:
+    void SetUp() override {
+        NEEDS_PREPARED("SS_DRIVES_PREPARED");
+        EngineHost::SetUp();
+    }
+};
 
 TEST_F(LocalDrivesTest, fixed_and_removable_drives_are_walked_and_no_others) {
     const std::map<std::wstring, UINT> types = {

@@ -30,4 +30,4 @@ done
 for letter in "${!types[@]}"; do touch "$WINEPREFIX/drive_$letter/on this drive.txt"; done
 
 cd "$WINEPREFIX/drive_c"
-"$SS_WINE" "$@"
+SS_DRIVES_PREPARED=yes "$SS_WINE" "$@"

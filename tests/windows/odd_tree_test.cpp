@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "system_search.h"
+#include "windows/machine.hpp"
 
 namespace {
 
@@ -69,6 +70,7 @@ Counts count_bare(const std::string& scope) {
 class OddTree : public testing::Test {
 protected:
     void SetUp() override {
+        NEEDS_PREPARED("SS_TREE");
         ASSERT_NE(tree(), "") << "run through odd_tree_test.sh";
         engine_ = ss_create();
     }
