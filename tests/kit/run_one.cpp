@@ -74,7 +74,7 @@ struct End {
 };
 
 std::wstring quoted(const std::wstring& argument) {
-    return L'"' + argument + L'"';
+    return argument.find(L' ') == std::wstring::npos ? argument : L'"' + argument + L'"';
 }
 
 fs::path output_of(const std::string& name) {
