@@ -3,7 +3,7 @@ dll:
 	scripts/setup
 	scripts/build windows
 
-demo test bench sanitize fuzz soak lint package docs picture coverage:
+demo test bench sanitize fuzz soak lint package windows-kit docs picture coverage:
 	scripts/$@
 
 # make repeat N=50
@@ -14,4 +14,4 @@ format:
 	scripts/setup lint
 	git ls-files '*.c' '*.h' '*.cpp' '*.hpp' | xargs clang-format -i
 
-.PHONY: dll demo test bench sanitize fuzz soak lint format package docs picture coverage repeat
+.PHONY: dll demo test bench sanitize fuzz soak lint format package windows-kit docs picture coverage repeat

@@ -10,7 +10,7 @@ failed=0
 # The check has to refuse what the sed script makes of FILE.
 refuses() {  # FILE SED-SCRIPT MESSAGE
     rm -rf "${scratch:?}"/*
-    cp -r "$SS_SOURCE"/{benchmarks,docs,examples,include,scripts,*.md,LICENSE} "$scratch"
+    cp -r "$SS_SOURCE"/{benchmarks,docs,examples,include,scripts,tests,.github,*.md,LICENSE} "$scratch"
     sed -i "$2" "$scratch/$1"
     ! cmp -s "$SS_SOURCE/$1" "$scratch/$1" || { echo "nothing changed: $2"; failed=1; }
     if message=$("$scratch/scripts/docs" --check 2>&1); then

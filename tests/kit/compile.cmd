@@ -5,7 +5,8 @@ setlocal
 cd /d "%~dp0"
 set include_folder="%CD%\package\include"
 set library="%CD%\package\lib\system_search.lib"
-set examples=%CD%\package\share\doc\system_search\examples
+set below=package\share\doc\system_search\examples
+set examples=%CD%\%below%
 set tree="%CD%\scratch\tree" report
 
 set compiler=
@@ -22,7 +23,7 @@ call :cl header.c /W4 /WX /Zs /TC "%CD%\compile\header.c"
 call :cl header.cpp /W4 /WX /Zs /TP "%CD%\compile\header.c"
 call :cl face17 /W4 /Zs /EHsc /std:c++17 "%CD%\compile\face.cpp"
 call :cl face20 /W4 /Zs /EHsc /std:c++20 "%CD%\compile\face.cpp"
-for %%g in ("%examples%\guide\*.c") do call :cl guide.%%~ng /W3 /Zs "%%g"
+for %%g in (%below%\guide\*.c) do call :cl guide.%%~ng /W3 /Zs "%examples%\guide\%%~nxg"
 call :cl minimal.c /W3 "%examples%\minimal.c" %library% /Fe:cl_minimal.exe
 call :cl host.c /W3 "%examples%\c\host.c" %library% /Fe:cl_c.exe
 call :cl host.cpp /W3 /EHsc /std:c++17 "%examples%\cpp\host.cpp" %library% /Fe:cl_cpp.exe
