@@ -176,6 +176,21 @@ TEST_F(Cache, a_missing_drive_is_reported) {
     EXPECT_STREQ(ss_error(engine), kNotSaved);
 }
 
+// The temporary file's name is the longer one.
+TEST_F(Cache, a_name_that_leaves_no_room_for_the_temporary_one_is_loaded_but_never_saved) {
+    const fs::path fits = root / "cache" / std::string(200, 'n');
+    expect(build(fits.string()), SS_ENGINE_READY, 3);
+    EXPECT_STREQ(ss_error(engine), "");
+    expect(build(fits.string()), SS_ENGINE_READY, 3, 0, 0, 1);
+
+    const fs::path too_long = root / "cache" / std::string(240, 'n');
+    write_file(L"\\\\?\\" + too_long.wstring(), header(scope, 0, 5));
+    expect(build(too_long.string()), SS_ENGINE_READY, 0, 5, 0, 1);
+    expect(build(too_long.string(), /*force=*/1), SS_ENGINE_READY, 3);
+    EXPECT_STREQ(ss_error(engine), kNotSaved);
+    expect(build(too_long.string()), SS_ENGINE_READY, 0, 5, 0, 1);
+}
+
 TEST_F(Cache, a_read_only_folder_is_reported) {
     NEEDS_PREPARED("SS_READ_ONLY_FOLDER");
     const char* const denied = std::getenv("SS_READ_ONLY_FOLDER");
