@@ -1,0 +1,103 @@
+#include "icons.hpp"
+
+#include <commctrl.h>
+#include <commoncontrols.h>
+#include <objbase.h>
+#include <shellapi.h>
+#include <shlobj.h>
+
+#include "paths.hpp"
+#include "wide_text.hpp"
+
+namespace window {
+namespace {
+
+constexpr const char* kFolder = "/";
+constexpr const char* kAnyFile = "";
+constexpr std::size_t kMaxKinds = 2000;  // a disk may hold any number of extensions
+
+/* The list with the smallest icons that need not be enlarged; it stays the system's. */
+IImageList* list_for(int size) {
+    for (int which : {SHIL_SMALL, SHIL_LARGE, SHIL_EXTRALARGE}) {
+        IImageList* list = nullptr;
+        if (FAILED(SHGetImageList(which, __uuidof(IImageList), reinterpret_cast<void**>(&list)))) {
+            continue;
+        }
+        int width = 0;
+        int height = 0;
+        list->GetIconSize(&width, &height);
+        if (width >= size || which == SHIL_EXTRALARGE) return list;
+        list->Release();
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+void Icons::open() {
+    worker_ = std::make_unique<Worker>();
+    worker_->post([] { static_cast<void>(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)); });
+    index_of("folder", /*is_folder=*/true);
+    index_of("file", /*is_folder=*/false);
+}
+
+void Icons::ask(const std::wstring& name, DWORD attributes, LPARAM number) {
+    worker_->post([=, owner = owner_, message = message_] {
+        SHFILEINFOW answer{};
+        if (SHGetFileInfoW(name.c_str(), attributes, &answer, sizeof answer,
+                           SHGFI_USEFILEATTRIBUTES | SHGFI_SYSICONINDEX | SHGFI_SMALLICON)) {
+            PostMessageW(owner, message, static_cast<WPARAM>(answer.iIcon), number);
+        }
+    });
+}
+
+void Icons::arrived(WPARAM index, LPARAM number) {
+    for (auto& [kind, icon] : icons_) {
+        if (icon.number == number) icon.index = static_cast<int>(index);
+    }
+}
+
+int Icons::index_of(std::string_view name, bool is_folder) {
+    if (!worker_) return -1;
+    std::string kind = is_folder ? kFolder : std::string(extension_of(name));
+    for (char& sign : kind) {
+        if (sign >= 'A' && sign <= 'Z') sign = static_cast<char>(sign | 0x20);
+    }
+    const auto known = icons_.find(kind);
+    if (known != icons_.end()) {
+        if (known->second.index >= 0 || is_folder) return known->second.index;
+        return icons_[kAnyFile].index;
+    }
+    if (icons_.size() >= kMaxKinds) return icons_[kAnyFile].index;
+    const auto number = static_cast<LPARAM>(icons_.size() + 1);
+    icons_[kind].number = number;
+    ask(L"x" + (is_folder ? std::wstring() : to_wide(kind)),
+        is_folder ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL, number);
+    return is_folder ? -1 : icons_[kAnyFile].index;
+}
+
+void Icons::draw(HDC dc, const RECT& place, std::string_view name, bool is_folder) {
+    const int index = index_of(name, is_folder);
+    const int size = static_cast<int>(place.right - place.left);
+    IImageList* list = index < 0 ? nullptr : list_for(size);
+    if (!list) return;
+    IMAGELISTDRAWPARAMS how{};
+    how.cbSize = sizeof how;
+    how.himl = IImageListToHIMAGELIST(list);
+    how.i = index;
+    how.hdcDst = dc;
+    how.x = place.left;
+    how.y = place.top;
+    how.cx = size;
+    how.cy = size;
+    how.rgbBk = CLR_NONE;
+    how.rgbFg = CLR_DEFAULT;
+    int width = 0;
+    int height = 0;
+    list->GetIconSize(&width, &height);
+    how.fStyle = ILD_TRANSPARENT | (width == size ? 0u : static_cast<UINT>(ILD_SCALE));
+    list->Draw(&how);
+    list->Release();
+}
+
+}  // namespace window

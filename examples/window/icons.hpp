@@ -1,0 +1,42 @@
+/* The system's icons by kind and extension, asked without touching the file, on a thread of their
+ * own: the first question about a kind of file can take the system long. */
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "worker.hpp"
+
+namespace window {
+
+class Icons {
+public:
+    /* `owner` receives `message` with an index and a number, for arrived(). */
+    Icons(HWND owner, UINT message) : owner_(owner), message_(message) {}
+
+    /* Starts asking. Before it, nothing is drawn. */
+    void open();
+    /* True when rows should be painted anew. */
+    void arrived(WPARAM index, LPARAM number);
+
+    void draw(HDC dc, const RECT& place, std::string_view name, bool is_folder);
+
+private:
+    struct Icon {
+        int index = -1;  // in the system's image lists; negative until it is known
+        LPARAM number = 0;
+    };
+    int index_of(std::string_view name, bool is_folder);
+    void ask(const std::wstring& name, DWORD attributes, LPARAM number);
+
+    const HWND owner_;
+    const UINT message_;
+    std::map<std::string, Icon, std::less<>> icons_;  // "/" is the folder's, "" any file's
+    std::unique_ptr<Worker> worker_;
+};
+
+}  // namespace window

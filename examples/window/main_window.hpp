@@ -1,0 +1,98 @@
+/* The window: puts the parts together and hands their news to one another. */
+#pragma once
+
+#include <windows.h>
+
+#include <chrono>
+#include <ctime>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "index_session.hpp"
+#include "measurements.hpp"
+#include "numbers.hpp"
+#include "result_list.hpp"
+#include "search_bar.hpp"
+#include "searches.hpp"
+#include "sentences.hpp"
+#include "settings.hpp"
+#include "status_bar.hpp"
+#include "worker.hpp"
+
+namespace window {
+
+class MainWindow {
+public:
+    /* `settings_folder`: where settings and caches are kept. */
+    MainWindow(Settings settings, std::string settings_folder, Measurements& measurements);
+    ~MainWindow();
+    MainWindow(const MainWindow&) = delete;
+    MainWindow& operator=(const MainWindow&) = delete;
+
+    /* Makes and shows the window. False when the system gives none. */
+    bool open();
+
+    /* Takes a message that was typed for the whole window, or for another control than the one
+       that has the focus. */
+    bool translate(MSG& message);
+
+    /* Looks at what the library has done meanwhile. */
+    void tick();
+
+    /* How long the message loop may sleep before the next tick(), in milliseconds. */
+    DWORD patience() const;
+
+    /* Gives back what the library holds. False when it could not within `patience`. */
+    bool close_library(std::chrono::milliseconds patience);
+
+private:
+    static LRESULT CALLBACK on_message(HWND handle, UINT message, WPARAM wparam, LPARAM lparam);
+    LRESULT handle_message(UINT message, WPARAM wparam, LPARAM lparam);
+    bool handle_key(const MSG& message);
+
+    void create_parts();
+    void set_dpi(int dpi);
+    void layout();
+    void on_command(int id, int code);
+    LRESULT on_notify(NMHDR& header);
+    void on_context_menu(HWND from, POINT at);
+    void on_dpi_changed(int dpi, const RECT* suggested);
+    void on_close();
+
+    void ask();
+    void open_scope(const std::string& scope);
+    void pick_folder();
+    void show_answer(Found found);
+    void show_status();
+    void show_details();
+    void tell(const std::string& trouble);
+
+    void open_results();
+    void show_in_folders();
+    void copy_paths();
+    void copy_names();
+    void show_properties_of_result();
+    void drag_results();
+
+    Settings settings_;
+    const std::string settings_folder_;
+    Measurements& measurements_;
+    Worker worker_;  // destroys queries and engines
+    HWND window_ = nullptr;
+    HWND focus_ = nullptr;  // the control that had the focus when the window lost it
+    HFONT font_ = nullptr;
+    int dpi_ = 96;
+    std::optional<SearchBar> bar_;
+    std::optional<ResultList> list_;
+    std::optional<StatusBar> status_;
+    std::unique_ptr<IndexSession> session_;
+    Searches searches_;
+    NumberStyle numbers_;
+    Answer answer_;
+    bool has_answer_ = false;
+    std::string trouble_;  // until the next answer
+    bool beats_ = false;   // the timer is set
+};
+
+}  // namespace window
