@@ -1,7 +1,5 @@
 #include "icons.hpp"
 
-#include <commctrl.h>
-#include <commoncontrols.h>
 #include <objbase.h>
 #include <shellapi.h>
 #include <shlobj.h>
@@ -34,8 +32,9 @@ IImageList* list_for(int size) {
 
 }  // namespace
 
-void Icons::open() {
+void Icons::open(int size) {
     worker_ = std::make_unique<Worker>();
+    set_size(size);
     worker_->post([] { static_cast<void>(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)); });
     index_of("folder", /*is_folder=*/true);
     index_of("file", /*is_folder=*/false);
@@ -76,14 +75,23 @@ int Icons::index_of(std::string_view name, bool is_folder) {
     return is_folder ? -1 : icons_[kAnyFile].index;
 }
 
+void Icons::set_size(int size) {
+    if (!worker_) return;  // the lists take long to open, too
+    if (list_) list_->Release();
+    list_ = list_for(size);
+}
+
+Icons::~Icons() {
+    if (list_) list_->Release();
+}
+
 void Icons::draw(HDC dc, const RECT& place, std::string_view name, bool is_folder) {
     const int index = index_of(name, is_folder);
     const int size = static_cast<int>(place.right - place.left);
-    IImageList* list = index < 0 ? nullptr : list_for(size);
-    if (!list) return;
+    if (index < 0 || !list_) return;
     IMAGELISTDRAWPARAMS how{};
     how.cbSize = sizeof how;
-    how.himl = IImageListToHIMAGELIST(list);
+    how.himl = IImageListToHIMAGELIST(list_);
     how.i = index;
     how.hdcDst = dc;
     how.x = place.left;
@@ -94,10 +102,9 @@ void Icons::draw(HDC dc, const RECT& place, std::string_view name, bool is_folde
     how.rgbFg = CLR_DEFAULT;
     int width = 0;
     int height = 0;
-    list->GetIconSize(&width, &height);
+    list_->GetIconSize(&width, &height);
     how.fStyle = ILD_TRANSPARENT | (width == size ? 0u : static_cast<UINT>(ILD_SCALE));
-    list->Draw(&how);
-    list->Release();
+    list_->Draw(&how);
 }
 
 }  // namespace window

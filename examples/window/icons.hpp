@@ -4,6 +4,9 @@
 
 #include <windows.h>
 
+#include <commctrl.h>
+#include <commoncontrols.h>
+
 #include <map>
 #include <memory>
 #include <string>
@@ -17,10 +20,13 @@ class Icons {
 public:
     /* `owner` receives `message` with an index and a number, for arrived(). */
     Icons(HWND owner, UINT message) : owner_(owner), message_(message) {}
+    ~Icons();
+    Icons(const Icons&) = delete;
+    Icons& operator=(const Icons&) = delete;
 
-    /* Starts asking. Before it, nothing is drawn. */
-    void open();
-    /* True when rows should be painted anew. */
+    /* Starts asking, for icons of `size` pixels. Before it, nothing is drawn. */
+    void open(int size);
+    void set_size(int size);
     void arrived(WPARAM index, LPARAM number);
 
     void draw(HDC dc, const RECT& place, std::string_view name, bool is_folder);
@@ -36,6 +42,7 @@ private:
     const HWND owner_;
     const UINT message_;
     std::map<std::string, Icon, std::less<>> icons_;  // "/" is the folder's, "" any file's
+    IImageList* list_ = nullptr;                      // the system's, of the size that fits best
     std::unique_ptr<Worker> worker_;
 };
 

@@ -90,7 +90,8 @@ std::string sort_key(std::string_view text) {
     const std::wstring wide = to_wide(text);
     if (wide.empty()) return "";
     const int units = static_cast<int>(wide.size());
-    for (DWORD digits : {DWORD{SORT_DIGITSASNUMBERS}, DWORD{0}}) {  // not every system knows the first
+    for (DWORD digits :
+         {DWORD{SORT_DIGITSASNUMBERS}, DWORD{0}}) {  // not every system knows the first
         const DWORD form = LCMAP_SORTKEY | LINGUISTIC_IGNORECASE | digits;
         const int size = LCMapStringEx(LOCALE_NAME_USER_DEFAULT, form, wide.c_str(), units, nullptr,
                                        0, nullptr, nullptr, 0);

@@ -1,5 +1,6 @@
 #include "main_window.hpp"
 
+#include <mmsystem.h>
 #include <windowsx.h>
 
 #include <new>
@@ -323,14 +324,26 @@ void MainWindow::tick() {
         if (found) show_answer(std::move(*found));
     }
     show_status();
-    const bool needs_beats =
-        is_under_way || report.refreshing || searches_.is_waiting() || searches_.is_running();
+    set_pace(is_under_way || report.refreshing || searches_.is_waiting());
+}
+
+void MainWindow::set_pace(bool needs_beats) {
+    needs_beats = needs_beats || searches_.is_running();
     if (needs_beats != beats_) {
         beats_ = needs_beats;
         if (beats_) {
             SetTimer(window_, kHeartbeat, kHeartbeatMilliseconds, nullptr);
         } else {
             KillTimer(window_, kHeartbeat);
+        }
+    }
+    // The system's waits are else as coarse as 16 ms, half of what a key may take.
+    if (searches_.is_running() != is_fine_) {
+        is_fine_ = searches_.is_running();
+        if (is_fine_) {
+            timeBeginPeriod(1);
+        } else {
+            timeEndPeriod(1);
         }
     }
 }

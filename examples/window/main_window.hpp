@@ -64,6 +64,7 @@ private:
     void open_scope(const std::string& scope);
     void pick_folder();
     void show_answer(Found found);
+    void set_pace(bool needs_beats);
     void show_status();
     void show_details();
     void tell(const std::string& trouble);
@@ -91,8 +92,9 @@ private:
     NumberStyle numbers_;
     Answer answer_;
     bool has_answer_ = false;
-    std::string trouble_;  // until the next answer
-    bool beats_ = false;   // the timer is set
+    std::string trouble_;   // until the next answer
+    bool beats_ = false;    // the timer is set
+    bool is_fine_ = false;  // the system's clock is set to milliseconds
 };
 
 }  // namespace window

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "contrast.hpp"
+
 namespace window {
 namespace {
 
@@ -29,10 +31,17 @@ std::size_t shorten(HDC dc, std::wstring& text, int width) {
     return kept;
 }
 
+/* Letters that stand side by side from left to right, whatever comes before and after them. */
+bool is_simple(const std::wstring& text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](wchar_t unit) { return unit < 0x300 || unit == L'\x2026'; });
+}
+
 /* Where units of a text are on the screen, also in a text that runs from right to left. */
 class Positions {
 public:
-    Positions(HDC dc, const std::wstring& text) {
+    Positions(HDC dc, const std::wstring& text) : dc_(dc), text_(text) {
+        if (is_simple(text)) return;
         const int units = static_cast<int>(text.size());
         const int glyphs = units * 3 / 2 + 16;  // as the function's documentation advises
         if (FAILED(ScriptStringAnalyse(dc, text.c_str(), units, glyphs, -1,
@@ -48,7 +57,11 @@ public:
     Positions& operator=(const Positions&) = delete;
 
     bool find(const Range& range, int& left, int& right) const {
-        if (!analysis_) return false;
+        if (!analysis_) {
+            left = width_of(dc_, text_.c_str(), static_cast<int>(range.begin));
+            right = width_of(dc_, text_.c_str(), static_cast<int>(range.end));
+            return true;
+        }
         int first = 0;
         int last = 0;
         if (FAILED(ScriptStringCPtoX(analysis_, static_cast<int>(range.begin), FALSE, &first)) ||
@@ -61,21 +74,24 @@ public:
     }
 
 private:
+    const HDC dc_;
+    const std::wstring& text_;
     SCRIPT_STRING_ANALYSIS analysis_ = nullptr;
 };
 
 }  // namespace
 
 CellColors cell_colors(bool is_selected, bool list_has_focus) {
-    if (!is_selected) {
-        return {GetSysColor(COLOR_WINDOW), GetSysColor(COLOR_WINDOWTEXT),
-                GetSysColor(COLOR_HOTLIGHT)};
-    }
-    if (list_has_focus) {
-        const COLORREF text = GetSysColor(COLOR_HIGHLIGHTTEXT);
-        return {GetSysColor(COLOR_HIGHLIGHT), text, text};
-    }
-    return {GetSysColor(COLOR_BTNFACE), GetSysColor(COLOR_BTNTEXT), GetSysColor(COLOR_HOTLIGHT)};
+    const bool is_marked = is_selected && list_has_focus;
+    const int back = is_marked ? COLOR_HIGHLIGHT : is_selected ? COLOR_BTNFACE : COLOR_WINDOW;
+    const int front = is_marked     ? COLOR_HIGHLIGHTTEXT
+                      : is_selected ? COLOR_BTNTEXT
+                                    : COLOR_WINDOWTEXT;
+    const COLORREF background = GetSysColor(back);
+    const COLORREF text = GetSysColor(front);
+    const COLORREF match =
+        readable_on(background, {GetSysColor(COLOR_HOTLIGHT), GetSysColor(COLOR_HIGHLIGHT)}, text);
+    return {background, text, is_marked ? text : match};
 }
 
 void paint_name(HDC dc, const RECT& cell, std::wstring text, const std::vector<Range>& matched,

@@ -133,7 +133,8 @@ void ResultList::change_rows(const std::vector<std::string_view>& before, const 
     const bool was_at_top = was.top.value_or(0) == 0;
     const std::uint32_t top = was_at_top ? 0 : found[selected_count + 1].value_or(0);
 
-    const bool moves = selected != was.selected || focused != was.focused || top != was.top;
+    const bool moves =
+        selected != was.selected || focused != was.focused || top != was.top.value_or(0);
     if (moves) SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
     if (now.size() != before.size()) {
         SendMessageW(list_, LVM_SETITEMCOUNT, now.size(), LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
@@ -183,6 +184,7 @@ std::vector<std::string> ResultList::chosen_paths() const {
 
 void ResultList::set_font(HFONT font, int dpi) {
     icon_size_ = scaled(16, dpi);
+    icons_.set_size(icon_size_);
     HIMAGELIST outdated = spacer_;
     spacer_ = ImageList_Create(icon_size_, icon_size_ + scaled(2, dpi), ILC_COLOR32, 1, 1);
     SendMessageW(list_, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);

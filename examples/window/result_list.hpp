@@ -27,7 +27,10 @@ public:
     HWND handle() const { return list_; }
 
     /* The icons of the system take long to open: after the window is up. */
-    void open_icons() { icons_.open(); }
+    void open_icons() {
+        icons_.open(icon_size_);
+        InvalidateRect(list_, nullptr, FALSE);
+    }
     void icon_arrived(WPARAM index, LPARAM number);
 
     /* Shows another answer. Selection and scroll position stay with their rows unless the
