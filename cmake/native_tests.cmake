@@ -3,7 +3,7 @@
 include(GoogleTest)
 
 file(GLOB test_files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/*/*_test.cpp)
-list(FILTER test_files EXCLUDE REGEX "/tests/(windows|dll|console)/")
+list(FILTER test_files EXCLUDE REGEX "/tests/(windows|dll|console|window_logic)/")
 set(folders)
 foreach(file IN LISTS test_files)
   cmake_path(GET file PARENT_PATH folder)
@@ -44,6 +44,18 @@ target_include_directories(console_tests PRIVATE ${console_folder} ${PROJECT_SOU
 target_compile_definitions(console_tests PRIVATE SYSTEM_SEARCH_VERSION="${PROJECT_VERSION}")
 target_link_libraries(console_tests PRIVATE warnings gtest_main)
 gtest_discover_tests(console_tests TEST_PREFIX console. DISCOVERY_MODE PRE_TEST
+  DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+
+# The parts of the window that decide; they know no windows. The library is the core itself.
+file(GLOB window_tests CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/window_logic/*_test.cpp)
+set(window_folder ${PROJECT_SOURCE_DIR}/examples/window)
+set(window_sources arguments contrast highlight index_session latencies numbers paths placement
+  rows search_plan searches sentences settings worker)
+list(TRANSFORM window_sources REPLACE "(.+)" "${window_folder}/\\1.cpp")
+add_executable(window_logic_tests ${window_tests} ${window_sources})
+target_include_directories(window_logic_tests PRIVATE ${window_folder})
+target_link_libraries(window_logic_tests PRIVATE core warnings gtest_main)
+gtest_discover_tests(window_logic_tests TEST_PREFIX window_logic. DISCOVERY_MODE PRE_TEST
   DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 
 if(SS_BUILD_FUZZERS)

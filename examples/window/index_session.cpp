@@ -102,7 +102,7 @@ void IndexSession::note_current(std::time_t now) {
         case ss::EngineState::kIdle:
         case ss::EngineState::kRunning:
             // A cache that cannot be used is passed over silently, and the disk read instead.
-            if (progress.entries > 0) report_.phase = IndexPhase::kReading;
+            if (progress.entries > 0 && !progress.from_cache) report_.phase = IndexPhase::kReading;
             return;
         case ss::EngineState::kReady:
             report_.phase = IndexPhase::kReady;
