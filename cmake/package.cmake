@@ -43,7 +43,7 @@ install(FILES ${PROJECT_BINARY_DIR}/system_search.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 if(TARGET system-search)
-  install(TARGETS system-search RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(TARGETS system-search system-search-window RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
 # The folder `documents` of the build tree holds what scripts/package makes: licences and the SBOM.
