@@ -279,7 +279,8 @@ TEST_F(ReadAheadTest, stops_at_the_entry_limit_with_readers_as_without) {
     EXPECT_EQ(found.entry_count, kMaxEntries);
     EXPECT_EQ(engine.limited, 1u);
     // The two folders are entries, too.
-    EXPECT_EQ(found.shards.back()->entries.back().path.view(), "C:/b/f02499997");
+    const Shard& last = *found.shards.back();
+    EXPECT_EQ(last.entry(last.size() - 1).path, "C:/b/f02499997");
 }
 
 // ---- Bounds -------------------------------------------------------------------------------------
