@@ -126,11 +126,12 @@ TEST_F(QueryApiTest, empty_text_matches_everything_up_to_the_limit) {
 
 TEST_F(QueryApiTest, failed_and_cancelled_builds_are_incomplete) {
     add_file(u"C:\\top\\a");
+    add_file(u"C:\\top\\folder\\b");
     EXPECT_EQ(build("C:\\missing").state, SS_ENGINE_FAILED);
     EXPECT_EQ(RunningQuery(start("")).finish(), (QueryStatus{SS_QUERY_DONE, 0, 0, 0, 1}));
 
     Gate gate;
-    on_child(u"C:\\top", 1, [&] { gate.hold(); });
+    on_child(u"C:\\top\\folder", 0, [&] { gate.hold(); });
     ASSERT_EQ(ss_start(handle_, "C:\\top", "", 0), 1);
     ASSERT_TRUE(gate.wait_until_held());
     ss_cancel(handle_);
@@ -147,17 +148,19 @@ TEST_F(QueryApiTest, limited_build_is_incomplete) {
 }
 
 TEST_F(QueryApiTest, snapshot_keeps_its_entries_whatever_is_published_later) {
-    add_generated_folder(u"C:\\many", numbered_files(3000));
+    add_generated_folder(u"C:\\top\\many", numbered_files(2500));
+    add_generated_folder(u"C:\\top\\more", numbered_files(500));
     Gate gate;
-    on_child(u"C:\\many", 2500, [&] { gate.hold(); });
-    ASSERT_EQ(ss_start(handle_, "C:\\many", "", 0), 1);
+    on_child(u"C:\\top\\more", 0, [&] { gate.hold(); });
+    ASSERT_EQ(ss_start(handle_, "C:\\top", "", 0), 1);
     ASSERT_TRUE(gate.wait_until_held());
     const RunningQuery early(start("f"));
     gate.release();
-    EXPECT_EQ(finish().entries, 3000u);
-    EXPECT_EQ(early.finish(), (QueryStatus{SS_QUERY_DONE, 2048, 1000, 2048, 1}));
-    EXPECT_EQ(RunningQuery(start("f")).finish(), (QueryStatus{SS_QUERY_DONE, 3000, 1000, 3000, 0}));
-    EXPECT_EQ(early.poll(), (QueryStatus{SS_QUERY_DONE, 2048, 1000, 2048, 1}));
+    EXPECT_EQ(finish().entries, 3002u);
+    const QueryStatus of_the_first_shards{SS_QUERY_DONE, 2047, 1000, 2048, 1};
+    EXPECT_EQ(early.finish(), of_the_first_shards);
+    EXPECT_EQ(RunningQuery(start("f")).finish(), (QueryStatus{SS_QUERY_DONE, 3000, 1000, 3002, 0}));
+    EXPECT_EQ(early.poll(), of_the_first_shards);
 }
 
 TEST_F(QueryApiTest, results_outlive_a_rebuild_and_the_engine) {
