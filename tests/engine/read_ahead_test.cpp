@@ -514,6 +514,44 @@ TEST_F(ReadAheadTest, memory_that_runs_out_fails_the_walk_or_slows_it_and_asks_n
     }
 }
 
+// ---- Calls that fail ----------------------------------------------------------------------------
+
+TEST_F(ReadAheadTest, a_call_that_fails_whichever_it_is_is_counted_or_costs_a_reader) {
+    for (const std::u16string_view folder : {u"A", u"B", u"C", u"D"}) {
+        for (const std::u16string_view below : {u"\\1", u"\\2\\x", u"\\3\\y\\z", u"\\4"}) {
+            add_file((u"C:\\root\\" + std::u16string(folder)).append(below));
+        }
+    }
+    PlainWalk plain({u"C:\\root"});
+    const std::uint32_t entries = entry_count(plain.index);
+    for (const ReadAheadOptions& options : {with_readers(kMostReaders), in_tiny_pieces(2)}) {
+        for (const std::uint64_t times : {std::uint64_t{1}, UINT64_MAX / 2}) {
+            std::uint64_t nth = 1;
+            for (bool met = true; met; ++nth) {
+                ASSERT_LT(nth, 1000u);
+                Engine engine;
+                Index index;
+                fail_platform_call(nth, platform::kAccessDenied, kDiskCalls | kStartThread, times);
+                walk(engine, index, {u"C:\\root"}, options);
+                met = failed_platform_calls() != 0;
+                forget_call_plans();
+                ASSERT_EQ(open_handles(), OpenHandles{}) << nth;
+                // A folder that cannot be asked or opened, or a read that fails, counts once each.
+                if (entry_count(index) < entries) {
+                    ASSERT_GE(engine.skipped, 1u) << nth;
+                }
+                if (times == 1) {
+                    ASSERT_LE(engine.skipped, 1u) << nth;
+                }
+                if (!met) {
+                    ASSERT_EQ(entry_count(index), entries);
+                }
+            }
+            EXPECT_GT(nth, 20u);
+        }
+    }
+}
+
 // ---- Cancelling ---------------------------------------------------------------------------------
 
 TEST_F(ReadAheadTest, cancel_ends_a_walk_that_waits_for_a_blocked_reader) {
