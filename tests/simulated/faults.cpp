@@ -134,8 +134,8 @@ void wait_for_disk(std::int64_t Latencies::*which) {
     if (nanoseconds == 0) return;
     {
         const std::lock_guard lock(volume().mutex);
-        if (volume().clock) {
-            *volume().clock += nanoseconds;
+        if (volume().clock_is_frozen) {
+            volume().clock += nanoseconds;
             return;
         }
     }

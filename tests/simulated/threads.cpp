@@ -189,9 +189,9 @@ void detach() noexcept {
 }
 
 std::int64_t monotonic_nanoseconds() noexcept {
-    {
+    if (volume().clock_is_frozen.load(std::memory_order_relaxed)) {
         const std::lock_guard lock(volume().mutex);
-        if (volume().clock) return *volume().clock;
+        return volume().clock;
     }
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
     return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();

@@ -92,7 +92,8 @@ struct Volume {
     std::size_t largest_read = 0;
     std::uint64_t disk_room = UINT64_MAX;
     bool partial_writes = false;
-    std::optional<std::int64_t> clock;
+    std::int64_t clock = 0;  // while it is frozen
+    std::atomic<bool> clock_is_frozen{false};
 
     std::atomic<std::uint64_t> open_enumerations{0};
     std::atomic<std::uint64_t> most_open_enumerations{0};

@@ -241,7 +241,7 @@ void reset() {
     all.largest_read = 0;
     all.disk_room = UINT64_MAX;
     all.partial_writes = false;
-    all.clock.reset();
+    all.clock_is_frozen = false;
     all.most_open_enumerations = 0;
 }
 
@@ -368,6 +368,7 @@ void add_drive(std::u16string_view root, std::uint32_t type) {
 void freeze_clock(std::int64_t nanoseconds) {
     const std::lock_guard lock(volume().mutex);
     volume().clock = nanoseconds;
+    volume().clock_is_frozen = true;
 }
 
 std::uint64_t most_open_enumerations() {
