@@ -8,6 +8,7 @@
 #include "common/text.hpp"
 #include "index/cache_reader.hpp"
 #include "index/cache_writer.hpp"
+#include "index/file_retry.hpp"
 
 namespace system_search {
 namespace {
@@ -70,7 +71,7 @@ void save_index_cache(Engine& engine, const Index& index, std::string_view scope
     }
     if (result == CacheWriteResult::kReplaced) return;
     if (result != CacheWriteResult::kCancelled) set_error(engine, kSaveFailed);
-    platform::remove_file(temporary.c_str());
+    remove_with_retries(temporary.c_str(), engine.cancel);
 }
 
 }  // namespace system_search

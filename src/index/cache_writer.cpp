@@ -6,6 +6,7 @@
 
 #include "common/path.hpp"
 #include "index/cache_format.hpp"
+#include "index/file_retry.hpp"
 #include "index/signature.hpp"
 #include "platform/platform.hpp"
 
@@ -92,6 +93,12 @@ public:
         used_ = 0;
     }
 
+    // Before the file takes the place of another: a name that survives a power cut without its
+    // bytes would be worse than none.
+    void flush_to_disk() {
+        if (!failed_) failed_ = file_.flush() != platform::kSuccess;
+    }
+
     void close() { file_.close(); }
 
 private:
@@ -162,6 +169,7 @@ CacheWriteResult write_index_cache(const std::u16string& cache_path,
     Output output(temporary_path);
     write_contents(contents, cancel, output);
     output.flush();
+    if (!cancel.load()) output.flush_to_disk();
     // What only the closing reports is not looked at: every byte was taken by then.
     const bool failed = output.failed();
     output.close();
@@ -170,9 +178,12 @@ CacheWriteResult write_index_cache(const std::u16string& cache_path,
     if (cancel.load()) return CacheWriteResult::kCancelled;
 
     const platform::Error error =
-        platform::replace_file(temporary_path.c_str(), cache_path.c_str());
-    return error == platform::kSuccess ? CacheWriteResult::kReplaced
-                                       : CacheWriteResult::kReplaceFailed;
+        replace_with_retries(temporary_path.c_str(), cache_path.c_str(), cancel);
+    if (error == platform::kSuccess) return CacheWriteResult::kReplaced;
+    // Waiting given up, or the call itself ended, because of a cancel request: nothing has failed.
+    const bool given_up = may_pass(error) || error == platform::kOperationAborted;
+    return cancel.load() && given_up ? CacheWriteResult::kCancelled
+                                     : CacheWriteResult::kReplaceFailed;
 }
 
 }  // namespace system_search

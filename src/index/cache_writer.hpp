@@ -1,7 +1,8 @@
 // Writes an Index into a temporary file and moves it onto the cache file.
 //
-// The cache file is never written in place: a reader sees the old one or the new one, whole. The
-// caller names the temporary file and removes it after every result but kReplaced.
+// The cache file is never written in place: a reader sees the old one or the new one, whole, and so
+// does the next start after a power cut. The caller names the temporary file and removes it after
+// every result but kReplaced.
 #pragma once
 
 #include <atomic>
@@ -23,7 +24,7 @@ enum class CacheWriteResult {
     kReplaced,
     kCancelled,
     kFolderFailed,   // the cache file's folder cannot be created
-    kWriteFailed,    // the temporary file cannot be opened, or not be written to its end
+    kWriteFailed,    // the temporary file cannot be made, or not be written to its end and the disk
     kReplaceFailed,  // the cache file cannot be replaced
 };
 
@@ -35,8 +36,8 @@ struct CacheContents {
 };
 
 // Creates the cache file's folder, with every missing one above it, first. `cancel` is looked at
-// before each shard and before the replacement. The temporary file is closed when this returns.
-// Build thread only. Throws std::bad_alloc.
+// before each shard, before the replacement and while that waits for others to close the file. The
+// temporary file is closed when this returns. Build thread only. Throws std::bad_alloc.
 CacheWriteResult write_index_cache(const std::u16string& cache_path,
                                    const std::u16string& temporary_path,
                                    const CacheContents& contents, const std::atomic<bool>& cancel);

@@ -34,13 +34,17 @@ inline constexpr Error kPathNotFound = 3;
 inline constexpr Error kAccessDenied = 5;
 inline constexpr Error kNotEnoughMemory = 8;
 inline constexpr Error kNoMoreFiles = 18;
+inline constexpr Error kSharingViolation = 32;
+inline constexpr Error kLockViolation = 33;
 inline constexpr Error kBadNetworkPath = 53;
 inline constexpr Error kNetworkNameDeleted = 64;
+inline constexpr Error kFileExists = 80;
 inline constexpr Error kDiskFull = 112;
 inline constexpr Error kInvalidName = 123;
 inline constexpr Error kBadPathName = 161;
 inline constexpr Error kAlreadyExists = 183;
 inline constexpr Error kInvalidDirectory = 267;
+inline constexpr Error kOperationAborted = 995;  // ended by whoever joins the thread
 inline constexpr Error kPossibleDeadlock = 1131;
 inline constexpr Error kCannotAccessFile = 1920;   // a reparse point that the system cannot open
 inline constexpr Error kCannotResolveName = 1921;  // links that lead in a circle
@@ -124,8 +128,8 @@ private:
 // ---- Asking about a path ------------------------------------------------------------------------
 
 // The attributes of the item itself, links not followed; kInvalidAttributes on any failure. A found
-// path.
-std::uint32_t attributes(const char16_t* path) noexcept;
+// path. Throws std::bad_alloc.
+std::uint32_t attributes(const char16_t* path);
 
 struct Status {
     std::uint32_t attributes;
@@ -143,8 +147,8 @@ struct FileInformation {
 
 // Size and last write time of the item itself, links not followed. A found path; where nothing is
 // found under it, and it would be read otherwise as a given one, that is asked for as well: what
-// was found below the folder "x." of a host has that text in its path.
-Error file_information(const char16_t* path, FileInformation& out) noexcept;
+// was found below the folder "x." of a host has that text in its path. Throws std::bad_alloc.
+Error file_information(const char16_t* path, FileInformation& out);
 
 // The system's sentence for an error number, UTF-8, without a line end. Throws std::bad_alloc.
 std::string error_message(Error error);
@@ -173,12 +177,15 @@ public:
     ~File() { close(); }
 
     Error open_for_reading(const char16_t* path) noexcept;
-    // Opens for writing; an existing file is emptied.
+    // Makes a new file and opens it for writing. kFileExists when anything of that name is there: a
+    // link that somebody put in its place is not followed.
     Error create(const char16_t* path) noexcept;
     // Reads up to `bytes`; `got` is 0 only at the end of the file.
     Error read(void* buffer, std::size_t bytes, std::size_t& got) noexcept;
     // Writes all of `bytes` or fails.
     Error write(const void* buffer, std::size_t bytes) noexcept;
+    // Returns when everything written so far is on the disk.
+    Error flush() noexcept;
     Error size(std::uint64_t& bytes) noexcept;
     Error close() noexcept;
 
@@ -308,5 +315,6 @@ private:
 void detach() noexcept;
 
 std::int64_t monotonic_nanoseconds() noexcept;
+void sleep(std::uint32_t milliseconds) noexcept;
 
 }  // namespace system_search::platform

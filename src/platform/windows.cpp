@@ -79,7 +79,6 @@ Error Enumeration::open(const std::u16string& folder, Child& first) {
     if (pattern.empty() || (pattern.back() != u'\\' && pattern.back() != u'/')) pattern += u'\\';
     pattern += u'*';
     const SystemPath path = SystemPath::found(pattern.c_str());
-    if (!path) throw std::bad_alloc();
 
     WIN32_FIND_DATAW found;
     // The basic level leaves out the short names, which cost the system a lookup per child.
@@ -106,16 +105,14 @@ void Enumeration::close() noexcept {
 
 // ---- Asking about a path ------------------------------------------------------------------------
 
-std::uint32_t attributes(const char16_t* path) noexcept {
+std::uint32_t attributes(const char16_t* path) {
     static_assert(kInvalidAttributes == INVALID_FILE_ATTRIBUTES);
-    const SystemPath found = SystemPath::found(path);
-    return found ? GetFileAttributesW(found.c_str()) : kInvalidAttributes;
+    return GetFileAttributesW(SystemPath::found(path).c_str());
 }
 
 namespace {
 
 Error read_attributes(const SystemPath& path, WIN32_FILE_ATTRIBUTE_DATA& data) {
-    if (!path) return last_error();
     return result_of(GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data));
 }
 
@@ -139,6 +136,7 @@ Error target_status(HANDLE target, Status& out) {
 
 Error status_following_links(const char16_t* path, Status& out) noexcept {
     const SystemPath given = SystemPath::given(path);
+    if (!given) return kNotEnoughMemory;
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (const Error error = read_attributes(given, data)) return error;
     out = {data.dwFileAttributes, 0};
@@ -153,11 +151,13 @@ Error status_following_links(const char16_t* path, Status& out) noexcept {
     return error;
 }
 
-Error file_information(const char16_t* path, FileInformation& out) noexcept {
+Error file_information(const char16_t* path, FileInformation& out) {
     WIN32_FILE_ATTRIBUTE_DATA data;
     Error error = read_attributes(SystemPath::found(path), data);
     if (is_not_found(error) && !is_read_as_written(path)) {
-        error = read_attributes(SystemPath::given(path), data);
+        const SystemPath given = SystemPath::given(path);
+        if (!given) throw std::bad_alloc();
+        error = read_attributes(given, data);
     }
     if (error != kSuccess) return error;
     out = {data.dwFileAttributes, join_halves(data.nFileSizeHigh, data.nFileSizeLow),
@@ -197,7 +197,7 @@ std::uint32_t drive_type(const char16_t* root) noexcept {
 Error File::open_for_reading(const char16_t* path) noexcept {
     close();
     const SystemPath given = SystemPath::given(path);
-    if (!given) return last_error();
+    if (!given) return kNotEnoughMemory;
     handle_ = handle_or_null(CreateFileW(given.c_str(), GENERIC_READ, kShareAll, nullptr,
                                          OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     return handle_ != nullptr ? kSuccess : last_error();
@@ -206,9 +206,9 @@ Error File::open_for_reading(const char16_t* path) noexcept {
 Error File::create(const char16_t* path) noexcept {
     close();
     const SystemPath given = SystemPath::given(path);
-    if (!given) return last_error();
+    if (!given) return kNotEnoughMemory;
     handle_ = handle_or_null(CreateFileW(given.c_str(), GENERIC_WRITE, kShareAll, nullptr,
-                                         CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+                                         CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
     return handle_ != nullptr ? kSuccess : last_error();
 }
 
@@ -241,6 +241,10 @@ Error File::write(const void* buffer, std::size_t bytes) noexcept {
     return kSuccess;
 }
 
+Error File::flush() noexcept {
+    return result_of(FlushFileBuffers(handle_));
+}
+
 Error File::size(std::uint64_t& bytes) noexcept {
     LARGE_INTEGER size;
     if (!GetFileSizeEx(handle_, &size)) return last_error();
@@ -257,30 +261,29 @@ Error File::close() noexcept {
 
 Error remove_file(const char16_t* path) noexcept {
     const SystemPath given = SystemPath::given(path);
-    return given ? result_of(DeleteFileW(given.c_str())) : last_error();
+    return given ? result_of(DeleteFileW(given.c_str())) : kNotEnoughMemory;
 }
 
 Error replace_file(const char16_t* source, const char16_t* destination) noexcept {
     const SystemPath from = SystemPath::given(source);
-    if (!from) return last_error();
     const SystemPath to = SystemPath::given(destination);
-    if (!to) return last_error();
+    if (!from || !to) return kNotEnoughMemory;
     return result_of(
         MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
 }
 
 Error create_folder(const char16_t* path) noexcept {
     const SystemPath given = SystemPath::given(path);
-    return given ? result_of(CreateDirectoryW(given.c_str(), nullptr)) : last_error();
+    return given ? result_of(CreateDirectoryW(given.c_str(), nullptr)) : kNotEnoughMemory;
 }
 
 // ---- Threads and time ---------------------------------------------------------------------------
 
-void Mutex::lock() noexcept SS_NO_THREAD_SAFETY_ANALYSIS {
+void Mutex::lock() noexcept {
     AcquireSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&slim_lock_));
 }
 
-void Mutex::unlock() noexcept SS_NO_THREAD_SAFETY_ANALYSIS {
+void Mutex::unlock() noexcept {
     ReleaseSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&slim_lock_));
 }
 
@@ -426,6 +429,10 @@ std::int64_t monotonic_nanoseconds() noexcept {
     // In two parts: the product of all ticks would overflow within hours.
     return ticks.QuadPart / frequency * kNanoseconds +
            ticks.QuadPart % frequency * kNanoseconds / frequency;
+}
+
+void sleep(std::uint32_t milliseconds) noexcept {
+    Sleep(milliseconds);
 }
 
 }  // namespace system_search::platform

@@ -13,9 +13,7 @@ namespace system_search::platform {
 namespace {
 
 std::unique_ptr<char16_t[]> allocate(std::size_t units) noexcept {
-    std::unique_ptr<char16_t[]> text(new (std::nothrow) char16_t[units]);
-    if (text == nullptr) SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return text;
+    return std::unique_ptr<char16_t[]>(new (std::nothrow) char16_t[units]);
 }
 
 DWORD full_path_name(const char16_t* path, DWORD capacity_units, char16_t* out) {
@@ -31,12 +29,14 @@ SystemPath SystemPath::literal(std::u16string_view path) noexcept {
     return SystemPath(std::move(spelled));
 }
 
-SystemPath SystemPath::found(const char16_t* path) noexcept {
+SystemPath SystemPath::found(const char16_t* path) {
     const std::u16string_view text(path);
     if (!has_literal_form(text) || (!is_long_path(text) && is_read_as_written(text))) {
         return SystemPath(path);
     }
-    return literal(text);
+    SystemPath spelled = literal(text);
+    if (!spelled) throw std::bad_alloc();
+    return spelled;
 }
 
 SystemPath SystemPath::given(const char16_t* path) noexcept {

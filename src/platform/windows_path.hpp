@@ -9,13 +9,12 @@ namespace system_search::platform {
 class SystemPath {
 public:
     // What the system itself has named, below a folder: every component means what is written.
-    // Plain unless the system would refuse it or read it otherwise.
-    static SystemPath found(const char16_t* path) noexcept;
+    // Plain unless the system would refuse it or read it otherwise. Throws std::bad_alloc.
+    static SystemPath found(const char16_t* path);
     // What the host has named: the system reads it as it does for every program. Plain unless it
-    // would be refused for its length.
+    // would be refused for its length. False when there was no memory for another spelling.
     static SystemPath given(const char16_t* path) noexcept;
 
-    // False when there was no memory for another spelling; the last error then says so.
     explicit operator bool() const { return text_ != nullptr; }
     // Lives as long as this and the path that was given.
     const wchar_t* c_str() const { return reinterpret_cast<const wchar_t*>(text_); }

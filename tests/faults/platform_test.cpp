@@ -90,10 +90,11 @@ TEST_P(PlatformFaults, a_failed_save_leaves_the_old_cache_and_no_temporary_file)
     const std::string saved = read_file(kCachePath);
     for (const bool partial : {false, true}) {
         set_partial_writes(partial);
-        for (const Call call : {kCreateFile, kWriteFile, kReplaceFile}) {
+        for (const Call call : {kCreateFile, kWriteFile, kFlushFile, kReplaceFile}) {
             for (std::uint64_t n = 1;; ++n) {
                 SystemSearchEngine* const engine = ss_create();
-                fail_platform_call(n, GetParam(), call);
+                // From there on, because some errors are waited out.
+                fail_platform_call(n, GetParam(), call, UINT64_MAX / 2);
                 ASSERT_EQ(ss_start(engine, kScope, kCache, 1), 1);
                 const EngineStatus status = wait(engine);
                 const bool failed = failed_platform_calls() != 0;

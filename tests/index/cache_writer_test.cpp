@@ -14,6 +14,7 @@ namespace {
 using simulated::AllocationFault;
 using enum CacheWriteResult;
 
+constexpr std::uint64_t kFromNowOn = UINT64_MAX / 2;
 constexpr platform::Error kErrors[] = {platform::kAccessDenied, platform::kDiskFull, 32, 1117};
 
 class CacheWriter : public simulated::VolumeTest {
@@ -24,6 +25,7 @@ protected:
     }
     CacheWriteResult write(std::string_view scope = "C:/", std::uint32_t skipped = 0,
                            std::uint32_t limited = 0) {
+        simulated::remove_tree(temporary_path);  // what the last one may have left
         return write_index_cache(cache_path, temporary_path, {index, scope, skipped, limited},
                                  cancel);
     }
@@ -311,6 +313,47 @@ TEST_F(CacheWriter, a_full_disk_is_noticed_at_every_byte) {
     EXPECT_EQ(written(), expected);
 }
 
+TEST_F(CacheWriter, the_bytes_are_on_the_disk_before_the_file_is_closed_and_replaces_the_cache) {
+    fill_large();
+    std::string at_flush;
+    std::uint64_t open = 0;
+    simulated::on_platform_call(1, simulated::kFlushFile, [&] {
+        at_flush = simulated::read_file(temporary_path);
+        open = simulated::open_handles().files;
+    });
+    EXPECT_EQ(write(), kReplaced);
+    EXPECT_EQ(at_flush, expected);
+    EXPECT_EQ(open, 1u);
+    EXPECT_EQ(simulated::platform_calls(simulated::kFlushFile), 1u);
+}
+
+TEST_F(CacheWriter, a_flush_that_fails_leaves_the_old_cache) {
+    keep_old_cache();
+    for (const platform::Error error : kErrors) {
+        simulated::fail_platform_call(1, error, simulated::kFlushFile);
+        EXPECT_EQ(write(), kWriteFailed);
+        EXPECT_EQ(simulated::platform_calls(simulated::kReplaceFile), 0u);
+        simulated::forget_call_plans();
+        expect_old_cache();
+    }
+}
+
+TEST_F(CacheWriter, what_is_cancelled_is_not_flushed) {
+    simulated::on_platform_call(1, simulated::kCreateFile, [this] { cancel = true; });
+    EXPECT_EQ(write(), kCancelled);
+    EXPECT_EQ(simulated::platform_calls(simulated::kFlushFile), 0u);
+}
+
+TEST_F(CacheWriter, what_is_already_there_under_the_temporary_name_is_left_alone) {
+    keep_old_cache();
+    simulated::write_file(u"C:\\cache\\elsewhere", "precious");
+    simulated::add_file_symlink(temporary_path, u"C:\\cache\\elsewhere");
+    EXPECT_EQ(write_index_cache(cache_path, temporary_path, {index, "C:/", 0, 0}, cancel),
+              kWriteFailed);
+    EXPECT_EQ(simulated::read_file(u"C:\\cache\\elsewhere"), "precious");
+    expect_old_cache();
+}
+
 TEST_F(CacheWriter, what_only_the_closing_reports_is_not_looked_at) {
     fill_large();
     simulated::fail_platform_call(1, platform::kDiskFull, simulated::kCloseFile);
@@ -341,10 +384,23 @@ TEST_F(CacheWriter, a_replacement_that_fails_leaves_the_old_cache) {
     fill_large();
     keep_old_cache();
     for (const platform::Error error : kErrors) {
-        simulated::fail_platform_call(1, error, simulated::kReplaceFile);
+        simulated::fail_platform_call(1, error, simulated::kReplaceFile, kFromNowOn);
         EXPECT_EQ(write(), kReplaceFailed);
         simulated::forget_call_plans();
         expect_old_cache();
+    }
+}
+
+TEST_F(CacheWriter, an_error_that_passes_is_waited_for_before_the_replacement) {
+    fill_large();
+    for (const platform::Error error :
+         {platform::kAccessDenied, platform::kSharingViolation, platform::kLockViolation}) {
+        keep_old_cache();
+        simulated::fail_platform_call(1, error, simulated::kReplaceFile, /*times=*/5);
+        EXPECT_EQ(write(), kReplaced);
+        EXPECT_EQ(simulated::platform_calls(simulated::kReplaceFile), 6u);
+        simulated::forget_call_plans();
+        EXPECT_EQ(written(), expected);
     }
 }
 
@@ -395,6 +451,28 @@ TEST_F(CacheWriter, a_cancel_request_during_the_last_write_keeps_the_old_cache) 
         expect_old_cache();
         simulated::forget_call_plans();
         EXPECT_EQ(simulated::read_file(temporary_path), cache_bytes("C:/", entries));
+    }
+}
+
+TEST_F(CacheWriter, a_cancel_request_while_the_replacement_waits_is_no_failure) {
+    keep_old_cache();
+    simulated::fail_platform_call(1, platform::kSharingViolation, simulated::kReplaceFile,
+                                  kFromNowOn);
+    simulated::on_platform_call(3, simulated::kSleep, [this] { cancel = true; });
+    EXPECT_EQ(write(), kCancelled);
+    EXPECT_EQ(simulated::platform_calls(simulated::kReplaceFile), 3u);
+    expect_old_cache();
+}
+
+TEST_F(CacheWriter, a_replacement_that_was_ended_is_a_cancel_and_any_other_error_a_failure) {
+    keep_old_cache();
+    for (const platform::Error error : {platform::kOperationAborted, platform::kDiskFull}) {
+        cancel = false;
+        simulated::fail_platform_call(1, error, simulated::kReplaceFile);
+        simulated::on_platform_call(1, simulated::kReplaceFile, [this] { cancel = true; });
+        EXPECT_EQ(write(), error == platform::kDiskFull ? kReplaceFailed : kCancelled);
+        simulated::forget_call_plans();
+        expect_old_cache();
     }
 }
 

@@ -22,6 +22,7 @@ struct Plan {
     platform::Error error;  // 0: run the hook
     std::function<void()> hook;
     std::uint64_t seen = 0;
+    bool hangs = false;  // before it fails with the error
 };
 
 struct Plans {
@@ -48,6 +49,7 @@ platform::Error planned_call(Call call) {
     Plans& current = plans();
     platform::Error error = platform::kSuccess;
     std::vector<std::function<void()>> hooks;
+    bool hangs = false;
     {
         const std::lock_guard lock(current.mutex);
         ++current.counts[std::countr_zero(static_cast<std::uint32_t>(call))];
@@ -59,11 +61,13 @@ platform::Error planned_call(Call call) {
                 hooks.push_back(plan.hook);
             } else if (error == 0) {
                 error = plan.error;
+                hangs = plan.hangs;
                 ++current.failed;
             }
         }
     }
     for (const auto& hook : hooks) hook();
+    if (hangs) hang_until_ended();
     return error;
 }
 
@@ -73,6 +77,14 @@ void fail_platform_call(std::uint64_t nth, platform::Error error, std::uint32_t 
     Plans& current = plans();
     const std::lock_guard lock(current.mutex);
     current.all.push_back({calls, nth, times, error, {}, 0});
+    start_counting(current);
+}
+
+void hang_platform_call(std::uint64_t nth, std::uint32_t calls, std::uint64_t times) {
+    const Quiet quiet;
+    Plans& current = plans();
+    const std::lock_guard lock(current.mutex);
+    current.all.push_back({calls, nth, times, platform::kOperationAborted, {}, 0, true});
     start_counting(current);
 }
 

@@ -38,7 +38,6 @@ struct NodeFaults {
     std::optional<platform::Status> status_result;  // given instead of the true status
     platform::Error file_information = 0;
     platform::Error open_file = 0;  // for reading
-    platform::Error create = 0;
     platform::Error read = 0;
     platform::Error write = 0;
     platform::Error replace = 0;  // with this node as the destination
@@ -103,12 +102,15 @@ enum Call : std::uint32_t {
     kStartThread = 1u << 14,
     kDriveStrings = 1u << 15,
     kThreadBuffer = 1u << 16,
-    kJoinThread = 1u << 17,
-    kExceptionScope = 1u << 18,
+    kFlushFile = 1u << 17,
+    kJoinThread = 1u << 18,
+    kExceptionScope = 1u << 19,
+    kSleep = 1u << 20,
 };
-inline constexpr std::uint32_t kCallKinds = 19;
-// Two kinds are meant only when they are named: a join that fails ends the process nearly
-// everywhere, and a test's own polling opens exception scopes, which would upset the count.
+inline constexpr std::uint32_t kCallKinds = 21;
+// Three kinds are meant only when they are named: a join that fails ends the process nearly
+// everywhere, a test's own polling opens exception scopes, which would upset the count, and a sleep
+// cannot fail.
 inline constexpr std::uint32_t kAllCalls = kJoinThread - 1;
 
 // From now on the `nth` call (from 1) among `calls`, of all threads together, fails with `error`,
@@ -125,6 +127,12 @@ void count_platform_calls();
 // Calls since the counting started, and how many of them were made to fail by a plan.
 std::uint64_t platform_calls(std::uint32_t calls = kAllCalls);
 std::uint64_t failed_platform_calls();
+// From now on the `nth` call among `calls` hangs, as on a share that does not answer, until whoever
+// joins its thread ends it; it then fails with kOperationAborted. `times` as above: each call of a
+// thread that is being joined already is ended at once.
+void hang_platform_call(std::uint64_t nth, std::uint32_t calls, std::uint64_t times = 1);
+// False when no call hung within half a minute.
+[[nodiscard]] bool wait_until_a_call_hangs();
 // Drops every plan and stops the counting.
 void forget_call_plans();
 

@@ -32,7 +32,7 @@ TEST_F(SimulatedFaults, the_nth_call_of_the_chosen_kinds_fails) {
     EXPECT_EQ(platform_calls(), 4u);
     EXPECT_EQ(platform_calls(kCreateFile), 1u);
     forget_call_plans();
-    ASSERT_EQ(file.create(u"C:\\f"), platform::kSuccess);
+    ASSERT_EQ(file.create(u"C:\\g"), platform::kSuccess);
     EXPECT_EQ(file.write("x", 1), platform::kSuccess);
 }
 

@@ -105,16 +105,9 @@ Error File::create(const char16_t* path) noexcept {
     const ParentLocation place = locate_parent(path);
     if (place.error != 0) return place.error;
     if (!place.folder) return kAccessDenied;  // the root of a drive
-    NodePtr node = place.child;
-    if (node) {
-        if (const Error refused = refusal(*node)) return refused;
-        if (const Error failure = fault(*node, &NodeFaults::create)) return failure;
-        *node->contents = Contents{};
-    } else {
-        const Error failure = fault(*place.folder, &NodeFaults::change_children);
-        if (failure != 0) return failure;
-        node = new_file(*place.folder, place.name);
-    }
+    if (place.child) return kFileExists;
+    if (const Error failure = fault(*place.folder, &NodeFaults::change_children)) return failure;
+    NodePtr node = new_file(*place.folder, place.name);
     handle_ = opened(std::move(node));
     return kSuccess;
 }
@@ -156,6 +149,11 @@ Error File::write(const void* buffer, std::size_t bytes) noexcept {
     store(file, buffer, fitting);
     if (all.disk_room != UINT64_MAX) all.disk_room -= fitting;
     return fitting == bytes ? kSuccess : kDiskFull;
+}
+
+Error File::flush() noexcept {
+    const Quiet quiet;
+    return enter_call(kFlushFile);
 }
 
 Error File::size(std::uint64_t& bytes) noexcept {

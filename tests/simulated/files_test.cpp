@@ -74,8 +74,9 @@ TEST_F(SimulatedFiles, file_operations_are_refused_as_windows_refuses_them) {
     EXPECT_EQ(platform::replace_file(u"C:\\d\\t", u"C:\\d\\folder"), platform::kAccessDenied);
     EXPECT_EQ(platform::replace_file(u"C:\\d\\none", u"C:\\d\\t"), platform::kFileNotFound);
     EXPECT_EQ(platform::replace_file(u"C:\\d\\t", u"C:\\none\\t"), platform::kPathNotFound);
-    EXPECT_EQ(file.create(u"C:\\d\\f"), platform::kAccessDenied);
-    EXPECT_EQ(file.create(u"C:\\d\\folder"), platform::kAccessDenied);
+    EXPECT_EQ(file.create(u"C:\\d\\f"), platform::kFileExists);
+    EXPECT_EQ(file.create(u"C:\\d\\t"), platform::kFileExists);
+    EXPECT_EQ(file.create(u"C:\\d\\folder"), platform::kFileExists);
     EXPECT_EQ(file.create(u"C:\\none\\f"), platform::kPathNotFound);
     EXPECT_EQ(file.create(u"C:\\d\\a*"), platform::kInvalidName);
     EXPECT_EQ(file.create(u"C:\\d\\t\\f"), platform::kPathNotFound);

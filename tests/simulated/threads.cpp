@@ -3,7 +3,9 @@
 #include <pthread.h>
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdlib>
+#include <stdexcept>
 #include <unordered_map>
 
 #include "simulated/tree.hpp"
@@ -19,14 +21,35 @@ struct RunningThread {
     platform::Thread::Body body;
     void* argument;
     std::uint32_t id;
+    bool is_being_ended = false;  // guarded by Endings::mutex
 };
 
 thread_local std::uint32_t current_id = 0;
+thread_local RunningThread* current_thread = nullptr;
 std::atomic<std::uint32_t> last_id{0};
 
+// Calls that hang, and the joins that end them.
+struct Endings {
+    std::mutex mutex;
+    std::condition_variable changed;
+    int hanging = 0;
+};
+
+Endings& endings() {
+    static Endings& only = *new Endings;
+    return only;
+}
+
+void end_calls_of(RunningThread& thread) {
+    const std::lock_guard lock(endings().mutex);
+    thread.is_being_ended = true;
+    endings().changed.notify_all();
+}
+
 void* run_thread(void* argument) {
-    const RunningThread& running = *static_cast<RunningThread*>(argument);
+    RunningThread& running = *static_cast<RunningThread*>(argument);
     current_id = running.id;
+    current_thread = &running;
     running.body(running.argument);
     return nullptr;
 }
@@ -74,6 +97,21 @@ Buffer* current_buffer(Buffers& store) {
 }
 
 }  // namespace
+
+void hang_until_ended() {
+    if (current_thread == nullptr) throw std::logic_error("nobody would end this call");
+    std::unique_lock lock(endings().mutex);
+    ++endings().hanging;
+    endings().changed.notify_all();
+    endings().changed.wait(lock, [] { return current_thread->is_being_ended; });
+    --endings().hanging;
+}
+
+bool wait_until_a_call_hangs() {
+    std::unique_lock lock(endings().mutex);
+    const auto deadline = std::chrono::system_clock::now() + std::chrono::seconds(30);
+    return endings().changed.wait_until(lock, deadline, [] { return endings().hanging > 0; });
+}
 
 std::uint64_t thread_buffers() {
     Buffers& store = buffers();
@@ -144,6 +182,7 @@ Error Thread::try_join() noexcept {
     const Quiet quiet;
     if (const Error planned = enter_call(kJoinThread)) return planned;
     const std::unique_ptr<RunningThread> running(static_cast<RunningThread*>(handle_));
+    end_calls_of(*running);
     pthread_join(running->thread, nullptr);
     handle_ = nullptr;
     volume().threads.fetch_sub(1);
@@ -195,6 +234,15 @@ std::int64_t monotonic_nanoseconds() noexcept {
     }
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
     return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+}
+
+// Nobody waits for it: the clock moves instead, when it is a frozen one.
+void sleep(std::uint32_t milliseconds) noexcept {
+    const Quiet quiet;
+    static_cast<void>(enter_call(kSleep));
+    const std::lock_guard lock(volume().mutex);
+    volume().slept_milliseconds += milliseconds;
+    if (volume().clock_is_frozen) volume().clock += std::int64_t{milliseconds} * 1'000'000;
 }
 
 }  // namespace system_search::platform

@@ -94,6 +94,7 @@ struct Volume {
     bool partial_writes = false;
     std::int64_t clock = 0;  // while it is frozen
     std::atomic<bool> clock_is_frozen{false};
+    std::uint64_t slept_milliseconds = 0;
 
     std::atomic<std::uint64_t> open_enumerations{0};
     std::atomic<std::uint64_t> most_open_enumerations{0};
@@ -149,6 +150,8 @@ inline platform::Error fault(const Node& node, platform::Error NodeFaults::*whic
 
 extern std::atomic<bool> calls_are_planned;
 platform::Error planned_call(Call call);
+// Keeps a thread of the library until whoever joins it ends its calls.
+void hang_until_ended();
 
 // Every platform function begins with this: the error to fail with, or success to go on.
 inline platform::Error enter_call(Call call) {

@@ -243,6 +243,7 @@ void reset() {
     all.partial_writes = false;
     all.clock_is_frozen = false;
     all.most_open_enumerations = 0;
+    all.slept_milliseconds = 0;
 }
 
 void add_folder(std::u16string_view path) {
@@ -375,6 +376,11 @@ std::uint64_t most_open_enumerations() {
     return volume().most_open_enumerations;
 }
 
+std::uint64_t slept_milliseconds() {
+    const std::lock_guard lock(volume().mutex);
+    return volume().slept_milliseconds;
+}
+
 OpenHandles open_handles() {
     const Volume& all = volume();
     return {all.open_enumerations.load(), all.open_files.load(), all.threads.load()};
@@ -388,7 +394,7 @@ namespace system_search::platform {
 
 using namespace simulated;
 
-std::uint32_t attributes(const char16_t* path) noexcept {
+std::uint32_t attributes(const char16_t* path) {
     const Quiet quiet;
     if (enter_call(kAttributes) != 0) return kInvalidAttributes;
     answer_takes(&Latencies::attributes);
@@ -429,7 +435,7 @@ Error status_following_links(const char16_t* path, Status& out) noexcept {
     return kSuccess;
 }
 
-Error file_information(const char16_t* path, FileInformation& out) noexcept {
+Error file_information(const char16_t* path, FileInformation& out) {
     const Quiet quiet;
     if (const Error planned = enter_call(kFileInformation)) return planned;
     const std::lock_guard lock(volume().mutex);

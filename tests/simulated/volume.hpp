@@ -109,8 +109,11 @@ void set_disk_room(std::uint64_t bytes);
 
 // ---- Time, and what is still open ---------------------------------------------------------------
 
-// From now on the monotonic clock stands at `nanoseconds`, until reset.
+// From now on the monotonic clock stands at `nanoseconds`, and only platform::sleep moves it, until
+// reset.
 void freeze_clock(std::int64_t nanoseconds);
+// How long the library has slept since the last reset. No time passes while it does.
+std::uint64_t slept_milliseconds();
 
 struct OpenHandles {
     std::uint64_t enumerations = 0;
