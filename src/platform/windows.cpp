@@ -323,12 +323,27 @@ void run_in_exception_scope(Thread::Body body, void* argument) {
     }
 }
 
+// The folders of a cloud drive are reparse points, whether their files are on the disk or not. A
+// thread may ask to be shown them as ordinary folders, which fetches nothing; then only what is
+// really a reparse point looks like one. Windows 10 version 1709 and later; without it, they look
+// as they are. Links and junctions are links and junctions either way.
+void show_cloud_items_as_ordinary() {
+    using SetMode = CHAR(NTAPI*)(CHAR mode);
+    constexpr CHAR kDisguisePlaceholders = 1;
+    HMODULE const ntdll = GetModuleHandleW(L"ntdll.dll");
+    if (ntdll == nullptr) return;
+    FARPROC const address = GetProcAddress(ntdll, "RtlSetThreadPlaceholderCompatibilityMode");
+    if (address == nullptr) return;
+    reinterpret_cast<SetMode>(reinterpret_cast<void*>(address))(kDisguisePlaceholders);
+}
+
 DWORD WINAPI run_thread(void* parameter) {
     const ThreadStart start = *static_cast<ThreadStart*>(parameter);
     delete static_cast<ThreadStart*>(parameter);
     // A drive without a medium is an error like any other, not a box on the user's screen that this
     // thread, and whoever destroys its handle, would wait for.
     SetThreadErrorMode(SEM_FAILCRITICALERRORS, nullptr);
+    show_cloud_items_as_ordinary();
     run_in_exception_scope(start.body, start.argument);
     return 0;
 }

@@ -7,9 +7,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace patched_system {
 
@@ -27,7 +30,8 @@ struct Script {
     bool threads_start = true;
     bool joins_fail = false;
     bool slots_run_out = false;
-    HANDLE at_mark = nullptr;  // the build thread waits here at a file called "mark hold"
+    bool knows_cloud_folders = true;  // ntdll has the function to ask for them
+    HANDLE at_mark = nullptr;         // the build thread waits here at a file called "mark hold"
     HANDLE go_on = nullptr;
 };
 inline Script script;
@@ -40,6 +44,32 @@ inline std::atomic<HANDLE> bare_search{nullptr};
 
 // What the thread that enumerates does where a drive has no medium.
 inline std::atomic<DWORD> error_mode{0};
+
+// Every call of RtlSetThreadPlaceholderCompatibilityMode.
+struct CloudMode {
+    DWORD thread;
+    CHAR mode;
+    int searches_before;  // of the whole process
+    bool operator==(const CloudMode&) const = default;
+};
+inline std::mutex cloud_mutex;
+inline std::vector<CloudMode> cloud_modes;
+inline std::set<DWORD> enumerating_threads;
+
+inline CHAR NTAPI set_cloud_mode(CHAR mode) {
+    const std::lock_guard lock(cloud_mutex);
+    cloud_modes.push_back(
+        {GetCurrentThreadId(), mode, static_cast<int>(enumerating_threads.size())});
+    return 0;
+}
+
+inline FARPROC WINAPI get_procedure(HMODULE module, const char* name) {
+    if (std::string_view(name) != "RtlSetThreadPlaceholderCompatibilityMode") {
+        return GetProcAddress(module, name);
+    }
+    if (!script.knows_cloud_folders || module != GetModuleHandleW(L"ntdll.dll")) return nullptr;
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&set_cloud_mode));
+}
 
 inline bool has_mark(std::wstring_view path, std::wstring_view mark) {
     return path.find(mark) != path.npos;
@@ -87,6 +117,10 @@ inline bool is_dots(const WIN32_FIND_DATAW& found) {
 inline HANDLE WINAPI find_first(const wchar_t* pattern, FINDEX_INFO_LEVELS level, void* out,
                                 FINDEX_SEARCH_OPS search, void* filter, DWORD flags) {
     error_mode = GetThreadErrorMode();
+    {
+        const std::lock_guard lock(cloud_mutex);
+        enumerating_threads.insert(GetCurrentThreadId());
+    }
     if (has_mark(pattern, L"mark unopenable")) return fail(script.open_error, INVALID_HANDLE_VALUE);
     HANDLE const handle = FindFirstFileExW(pattern, level, out, search, filter, flags);
     if (handle == INVALID_HANDLE_VALUE) return handle;

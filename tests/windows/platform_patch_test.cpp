@@ -31,6 +31,10 @@ protected:
         replace("CreateThread", &create_thread);
         replace("WaitForSingleObject", &wait);
         replace("FlsSetValue", &set_slot);
+        replace("GetProcAddress", &get_procedure);
+        const std::lock_guard lock(cloud_mutex);
+        cloud_modes.clear();
+        enumerating_threads.clear();
     }
     void TearDown() override {
         script = {};
@@ -282,6 +286,33 @@ TEST_F(PlatformPatchTest, no_thread_of_the_library_asks_the_user_for_a_medium) {
     ss_query_destroy(listing);
     EXPECT_EQ(error_mode, SEM_FAILCRITICALERRORS);
     EXPECT_EQ(GetThreadErrorMode(), before) << "the host's threads keep their own";
+}
+
+TEST_F(PlatformPatchTest, only_the_librarys_own_threads_ask_to_see_cloud_folders_as_folders) {
+    make_file("tree/a/f");
+    build_tree();
+    std::set<DWORD> asked;
+    for (int round = 0; round < 3; ++round) {
+        ss_query_destroy(ss_query_directory(path("tree").c_str(), "", 0, 0, 1));
+        ss_query_destroy(ss_query(engine_, "", 0, 0, 1));
+    }
+    const std::lock_guard lock(cloud_mutex);
+    EXPECT_GE(cloud_modes.size(), 7u) << "the build, and every query";
+    for (const CloudMode& call : cloud_modes) {
+        EXPECT_EQ(call.mode, 1) << "placeholders look like ordinary files and folders";
+        EXPECT_NE(call.thread, GetCurrentThreadId()) << "a thread of the host";
+        asked.insert(call.thread);
+    }
+    EXPECT_EQ(cloud_modes.front().searches_before, 0) << "asked before the first folder is read";
+    for (const DWORD thread : enumerating_threads) EXPECT_TRUE(asked.contains(thread));
+}
+
+TEST_F(PlatformPatchTest, system_that_does_not_know_cloud_folders_is_not_asked) {
+    script.knows_cloud_folders = false;
+    make_file("tree/a/f");
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 2, 0, 0, 0}));
+    const std::lock_guard lock(cloud_mutex);
+    EXPECT_TRUE(cloud_modes.empty());
 }
 
 // Whoever goes on would free what the thread still uses.
