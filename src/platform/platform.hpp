@@ -269,8 +269,15 @@ public:
     // Only when not joinable(). Any error means that no thread runs.
     Error start(Body body, void* argument) noexcept;
     bool joinable() const noexcept { return handle_ != nullptr; }
-    // Waits for the thread's end. After an error, which being called from the thread itself is too,
-    // it is still joinable.
+    // Waits for the thread's end, and ends every call of the system that it is still in after a few
+    // milliseconds, again and again: a share or drive that does not answer would be waited for
+    // otherwise. The thread sees kOperationAborted. After an error, which being called from the
+    // thread itself is too, it is still joinable.
+    //
+    // So a thread that is joined while it works must have been told to stop before, and whatever it
+    // makes of the ended call, nobody may see it: the handle that shows its counters, texts and
+    // results is on its way out. What it leaves on the disk stays, and has to be right all the
+    // same.
     [[nodiscard]] Error try_join() noexcept;
     // The same, but ends the process when it fails.
     void join() noexcept;

@@ -370,7 +370,14 @@ Error Thread::start(Body body, void* argument) noexcept {
 
 Error Thread::try_join() noexcept {
     if (is_current()) return kPossibleDeadlock;
-    if (WaitForSingleObject(handle_, INFINITE) != WAIT_OBJECT_0) return last_error();
+    // A call that answers is left alone, and one that comes up between two looks is found later.
+    constexpr DWORD kPatienceMilliseconds = 10;
+    for (;;) {
+        const DWORD waited = WaitForSingleObject(handle_, kPatienceMilliseconds);
+        if (waited == WAIT_OBJECT_0) break;
+        if (waited != WAIT_TIMEOUT) return last_error();
+        CancelSynchronousIo(handle_);
+    }
     CloseHandle(handle_);
     handle_ = nullptr;
     return kSuccess;
