@@ -30,7 +30,10 @@
  *
  *  6. Numbers are fixed-width. Records are filled whole: no field is ever left unset.
  *
- *  7. Unloading. Destroy every handle before unloading the library.
+ *  7. Unloading. Destroy every handle before unloading the library. Never destroy one from
+ *     DllMain, nor from a static object of a DLL, whose destructor runs there: destroying waits
+ *     for a thread, and a thread cannot end while DllMain holds the loader's lock. The process
+ *     would hang. A plug-in destroys its handles when its host tells it to shut down.
  *
  * EXAMPLE
  *
@@ -181,7 +184,8 @@ SS_API void ss_status(SystemSearchEngine* engine, EngineStatus* out);
 SS_API const char* ss_error(SystemSearchEngine* engine);
 
 /* Cancels a running build, waits for its thread, and frees the engine. Queries made from it stay
-   valid. Null: nothing happens. A cache file being written is completed or dropped first. */
+   valid. Null: nothing happens. A cache file being written is completed or dropped first. A call
+   of the system that the build is in, on a share that does not answer for instance, is ended. */
 SS_API void ss_destroy(SystemSearchEngine* engine);
 
 /* ---- Queries -------------------------------------------------------------------------------- */
@@ -233,8 +237,8 @@ SS_API uint32_t ss_query_kind(SystemSearchQuery* query, uint32_t index);
    since has flags 0, which is still a success. Never blocks: the disk was asked by the query. */
 SS_API int32_t ss_query_metadata(SystemSearchQuery* query, uint32_t index, ResultMetadata* out);
 
-/* Cancels the query if it still runs, waits for its thread (for at most the platform call in
-   hand), and frees it and every path it returned. Null: nothing happens. */
+/* Cancels the query if it still runs, waits for its thread, and frees it and every path it
+   returned. A call of the system that the query is in is ended. Null: nothing happens. */
 SS_API void ss_query_destroy(SystemSearchQuery* query);
 
 #ifdef __cplusplus

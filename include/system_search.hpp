@@ -15,9 +15,13 @@
 //     library copies it before the call returns.
 //
 //  3. Results belong to the `Query`. The range, its iterators and every `Result::path` are valid
-//     until the query is destroyed, assigned to, or reset; moving the `Query` keeps them.
+//     until the query is destroyed, assigned to, or reset; moving the `Query` keeps them. Results
+//     of a temporary `Query` do not compile.
 //
 //  4. Errors. Everything is noexcept. Failure is an empty object, `false`, or a state.
+//
+//  5. Static objects. A DLL keeps neither an `Engine` nor a `Query` in one: its destructor would
+//     run under the loader's lock and wait there for a thread that needs that lock to end.
 //
 //     ss::Engine engine = ss::Engine::create();
 //     if (!engine || !engine.start("C:/Users/ann")) return;
@@ -243,8 +247,9 @@ public:
     }
     QueryState state() const noexcept { return poll().state; }
 
-    /// Empty until the query is done.
-    Results results() const noexcept { return {handle(), poll().count}; }
+    /// Empty until the query is done. Not of a temporary query: it would take the results with it.
+    Results results() const& noexcept { return {handle(), poll().count}; }
+    Results results() const&& = delete;
 
 private:
     struct Destroy {

@@ -24,10 +24,10 @@ std::size_t count() {
     ss::Engine engine = ss::Engine::create();
     engine.start(std::string("C:/"), u8"C:/cache");
     std::size_t results = 0;
-    for (const ss::Result& result : engine.search("x", {ss::Kind::kFile}).results()) {
-        results += result.path.size();
-    }
-    return results + ss::list_folder("C:/").results().size();
+    const ss::Query query = engine.search("x", {ss::Kind::kFile});
+    for (const ss::Result& result : query.results()) results += result.path.size();
+    const ss::Query listing = ss::list_folder("C:/");
+    return results + listing.results().size();
 }
 CPP
 

@@ -32,6 +32,13 @@ static_assert(std::is_same_v<ss::Time, std::chrono::sys_seconds>);
 static_assert(noexcept(ss::Engine::create()) && noexcept(ss::list_folder("")) && noexcept(
     *ss::Results::Iterator()));
 
+template <class Query>
+concept GivesResults = requires(Query&& query) {
+    std::forward<Query>(query).results();
+};
+static_assert(GivesResults<ss::Query&> && GivesResults<const ss::Query&>);
+static_assert(!GivesResults<ss::Query> && !GivesResults<const ss::Query>);
+
 class CppFace : public ::testing::Test {
 protected:
     CppFace() : folder_(fs::temp_directory_path() / L"cpp-face" / name()) {
