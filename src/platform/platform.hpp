@@ -167,8 +167,9 @@ std::uint32_t drive_type(const char16_t* root) noexcept;
 // ---- Files --------------------------------------------------------------------------------------
 
 // An open file, unbuffered, of a given path. Other processes may read, write, rename or delete it
-// meanwhile; one that they delete is gone when the last handle is closed, and no other file can be
-// moved onto it before.
+// meanwhile. The name of one that they delete is free again when the last handle is closed, on
+// newer systems at once; a file cannot be moved onto one that anybody has open, as a rule, and the
+// error is kAccessDenied then.
 class File {
 public:
     File() = default;

@@ -10,6 +10,7 @@ set quick=
 if /i "%~1"=="quick" set quick=1
 set minutes=ended_save_test listing_test load_unload_test out_of_memory_test query_test stress_test
 set SS_KIT=1
+for /f %%g in (stack-guard.txt) do set SS_STACK_GUARD=%%g
 
 if exist scratch rmdir /s /q scratch
 if exist output rmdir /s /q output

@@ -30,6 +30,7 @@ for program in tests/*.exe; do
 done
 says 'passed  engine_c_test'
 says 'passed  version_test Version\.is_the_projects_version_in_numbers'
+says 'passed  stack_guard_test StackGuard\.is_another_one_at_each_load_and_stops_a_text'
 says 'passed  host\.(console|c|cpp)'
 says 'skipped engine_test EngineTest\.denied_scope_is_one_skipped_item: needs what a shell script .*'
 says 'skipped links_test Links\.a_junction_is_a_file_that_nobody_looks_into: under Wine: .*'

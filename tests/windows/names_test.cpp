@@ -74,7 +74,7 @@ TEST_F(Names, a_deep_tree_is_walked_to_its_end_without_a_manifest) {
 }
 
 TEST_F(Names, names_that_only_the_device_prefix_can_name_are_themselves) {
-    ONLY_ON_WINDOWS("it makes no such names");
+    ONLY_ON_WINDOWS("literal_path_test shows it there");
     make_raw_folder(L"tree");
     make_raw_folder(L"tree\\twin");
     make_raw_file(L"tree\\twin\\plain");

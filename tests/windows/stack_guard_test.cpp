@@ -8,6 +8,7 @@
 #include "windows/engine_host.hpp"
 #include "windows/import_table.hpp"
 #include "windows/loaded_library.hpp"
+#include "windows/machine.hpp"
 
 namespace {
 
@@ -21,6 +22,7 @@ std::uint64_t guard_of(HMODULE module) {
 }
 
 TEST(StackGuard, is_another_one_at_each_load_and_stops_a_text) {
+    NEEDS_PREPARED("SS_STACK_GUARD");
     ASSERT_NE(std::getenv("SS_STACK_GUARD"), nullptr) << "run through stack_guard_test.sh";
     // A copy: the test program itself keeps the DLL loaded.
     wchar_t original[MAX_PATH];
