@@ -13,6 +13,7 @@
 #include "engine/build.hpp"
 #include "engine/engine.hpp"
 #include "engine/error_text.hpp"
+#include "engine/status.hpp"
 #include "system_search.h"
 
 namespace {
@@ -74,8 +75,7 @@ void ss_status(SystemSearchEngine* handle, EngineStatus* out) {
     while (true) {
         {
             const system_search::platform::MutexLock lock(index->mutex);
-            *out = {engine->state, index->entry_count, engine->skipped, engine->limited,
-                    engine->from_cache};
+            *out = system_search::read_status(*engine, index->entry_count);
         }
         // A build may have replaced the index and ended meanwhile. Its final state beside the count
         // of the old index would tell a host that stops polling then that nothing was found.

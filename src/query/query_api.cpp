@@ -17,6 +17,7 @@
 #include "common/guard.hpp"
 #include "common/owned_job.hpp"
 #include "engine/engine.hpp"
+#include "query/poll.hpp"
 #include "query/query.hpp"
 #include "query/search.hpp"
 #include "system_search.h"
@@ -100,15 +101,7 @@ SystemSearchQuery* ss_query(SystemSearchEngine* engine, const char* text, uint32
 
 void ss_query_poll(SystemSearchQuery* handle, QueryStatus* out) {
     const Query* const query = query_of(handle);
-    if (query == nullptr || out == nullptr) return;
-    const std::uint32_t state = query->state;
-    *out = {};
-    out->state = state;
-    if (state != SS_QUERY_DONE) return;
-    out->matched = query->matched;
-    out->count = static_cast<std::uint32_t>(query->results.size());
-    out->index_entries = query->index_entries;
-    out->index_incomplete = query->index_incomplete;
+    if (query != nullptr && out != nullptr) *out = system_search::read_query_status(*query);
 }
 
 const char* ss_query_path(SystemSearchQuery* handle, uint32_t index) {

@@ -108,8 +108,7 @@ TEST_F(CachedBuild, an_unusable_cache_is_saved_over) {
 
 TEST_F(CachedBuild, a_cache_path_that_is_not_utf8_fails_the_run_but_not_the_index) {
     expect_status(build("C:/cache/\xFF"), SS_ENGINE_FAILED, 3, 0, 0, 0);
-    EXPECT_STRNE(ss_error(handle), "");
-    EXPECT_STRNE(ss_error(handle), kNotSaved);
+    EXPECT_STREQ(ss_error(handle), "The text is not valid UTF-8.");
     EXPECT_EQ(entries(), walked);
     EXPECT_TRUE(files().empty());
 }

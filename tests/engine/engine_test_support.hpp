@@ -74,17 +74,18 @@ protected:
         return now;
     }
 
-    // Waits for the end of the build.
+    // Waits for the end of the build: the first status that tells of it has to be right.
     EngineStatus finish() {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(4);
-        while (status().state == SS_ENGINE_RUNNING) {
+        for (;;) {
+            const EngineStatus now = status();
+            if (now.state != SS_ENGINE_RUNNING) return now;
             if (std::chrono::steady_clock::now() > deadline) {
                 ADD_FAILURE() << "the build does not end";
-                break;
+                return now;
             }
             std::this_thread::sleep_for(std::chrono::microseconds(200));
         }
-        return status();
     }
 
     EngineStatus build(const char* scope, const char* cache_path = "", int force = 0) {

@@ -17,7 +17,6 @@ inline EngineStatus wait(SystemSearchEngine* engine) {
          ss_status(engine, &status)) {
         std::this_thread::yield();
     }
-    ss_status(engine, &status);  // the first status of a finished build may mix two moments
     return status;
 }
 

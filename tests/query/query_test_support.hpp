@@ -53,17 +53,18 @@ public:
         ss_query_poll(handle_, &now);
         return now;
     }
-    // Waits for the end.
+    // Waits for the end: the first status that tells of it has to be right.
     QueryStatus finish() const {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(4);
-        while (poll().state == SS_QUERY_RUNNING) {
+        for (;;) {
+            const QueryStatus now = poll();
+            if (now.state != SS_QUERY_RUNNING) return now;
             if (std::chrono::steady_clock::now() > deadline) {
                 ADD_FAILURE() << "the query does not end";
-                break;
+                return now;
             }
             std::this_thread::sleep_for(std::chrono::microseconds(50));
         }
-        return poll();
     }
     std::vector<std::string> paths() const {
         std::vector<std::string> all;

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <unordered_map>
 
+#include "simulated/lock_hook.hpp"
 #include "simulated/tree.hpp"
 
 namespace system_search::simulated {
@@ -96,6 +97,19 @@ Buffer* current_buffer(Buffers& store) {
     return current;
 }
 
+struct LockPlan {
+    std::uint64_t left = 0;  // this many locks until the hook
+    LockStep step = LockStep::kBeforeLock;
+    std::function<void()> hook;
+};
+constinit thread_local LockPlan* lock_plan = nullptr;  // null: no hook
+
+void run_lock_hook(LockStep step) {
+    if (lock_plan == nullptr || lock_plan->step != step || --lock_plan->left != 0) return;
+    const std::unique_ptr<LockPlan> plan(std::exchange(lock_plan, nullptr));
+    plan->hook();
+}
+
 }  // namespace
 
 void hang_until_ended() {
@@ -113,6 +127,11 @@ bool wait_until_a_call_hangs() {
     return endings().changed.wait_until(lock, deadline, [] { return endings().hanging > 0; });
 }
 
+void on_lock_of_this_thread(std::uint64_t nth, LockStep step, std::function<void()> hook) {
+    const Quiet quiet;
+    delete std::exchange(lock_plan, hook ? new LockPlan{nth, step, std::move(hook)} : nullptr);
+}
+
 std::uint64_t thread_buffers() {
     Buffers& store = buffers();
     const std::lock_guard lock(store.mutex);
@@ -126,11 +145,13 @@ namespace system_search::platform {
 using namespace simulated;
 
 void Mutex::lock() noexcept {
+    run_lock_hook(LockStep::kBeforeLock);
     mutex_.lock();
 }
 
 void Mutex::unlock() noexcept {
     mutex_.unlock();
+    run_lock_hook(LockStep::kAfterUnlock);
 }
 
 void Condition::wait(Mutex& mutex) noexcept {

@@ -416,10 +416,22 @@ static bool status_fault(const Location& place, Status& out, Error& error) {
     return true;
 }
 
+// A device prefix and a name without a separator behind it: the drive, and not its root folder.
+bool is_device(std::u16string_view path) {
+    ParsedPath parsed;
+    parse(path, volume().current_folder, parsed);
+    return parsed.error == 0 && !parsed.is_share && parsed.prefix.size() > parsed.root.size() &&
+           parsed.names.empty() && !parsed.ends_with_separator;
+}
+
 Error status_following_links(const char16_t* path, Status& out) noexcept {
     const Quiet quiet;
     if (const Error planned = enter_call(kStatus)) return planned;
     const std::lock_guard lock(volume().mutex);
+    if (is_device(path)) {
+        out = {kAttributeDevice, 0};
+        return kSuccess;
+    }
     Error error = kSuccess;
     // A link may be refused before what it leads to is looked at.
     if (status_fault(locate(path, /*follow_last_link=*/false), out, error)) return error;

@@ -35,6 +35,7 @@ namespace system_search::simulated {
 
 inline constexpr std::uint32_t kAttributeReadOnly = 0x1;
 inline constexpr std::uint32_t kAttributeArchive = 0x20;
+inline constexpr std::uint32_t kAttributeDevice = 0x40;
 inline constexpr std::uint64_t kDefaultLastWrite = 133'000'000'000'000'000;  // in June 2022
 
 // Back to a machine without drives, folders and faults. No handle may be open.

@@ -99,7 +99,8 @@ public:
         for (const auto& engine : engines_) ss_destroy(engine->handle);
     }
 
-    // Runs `threads` threads for seconds(), calling `tick` about ten times a second meanwhile.
+    // Runs `threads` threads for seconds(), and on a slow machine until everything that is counted
+    // below has happened, calling `tick` about ten times a second meanwhile.
     template <class Tick>
     void run(std::uint32_t threads, std::uint32_t seed, Tick&& tick) {
         std::vector<std::thread> running;
@@ -107,7 +108,10 @@ public:
             running.emplace_back([this, seed, i] { act(seed + i); });
         }
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds());
-        while (std::chrono::steady_clock::now() < end && !testing::Test::HasFailure()) {
+        const auto give_up = end + std::chrono::minutes(2);
+        for (auto now = end; !testing::Test::HasFailure() && now < give_up;) {
+            now = std::chrono::steady_clock::now();
+            if (now >= end && has_done_everything()) break;
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
             tick();
         }
@@ -115,6 +119,10 @@ public:
         for (std::thread& thread : running) thread.join();
     }
 
+    bool has_done_everything() const {
+        return finished_builds_ > 0 && finished_queries_ > 0 &&
+               (loaded_builds_ > 0 || tree_.saves_may_fail);
+    }
     std::uint64_t finished_builds() const { return finished_builds_; }
     std::uint64_t finished_queries() const { return finished_queries_; }
     std::uint64_t loaded_builds() const { return loaded_builds_; }

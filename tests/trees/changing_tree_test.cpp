@@ -61,6 +61,7 @@ private:
 
 TEST_F(ChangingTree, walks_listings_and_queries_survive_it_and_find_what_stands_still) {
     constexpr std::uint32_t kStill = 200;
+    constexpr std::uint32_t kLeastWalks = 10;  // on a machine however slow
     for (std::uint32_t i = 0; i < kStill; ++i) {
         add_file(numbered(u"C:\\tree\\still", i % 10) + numbered(u"\\still file ", i), 1);
     }
@@ -74,7 +75,7 @@ TEST_F(ChangingTree, walks_listings_and_queries_survive_it_and_find_what_stands_
     std::uint32_t walks = 0;
     {
         const Changer changer(seed);
-        while (std::chrono::steady_clock::now() < end && !HasFailure()) {
+        while ((walks < kLeastWalks || std::chrono::steady_clock::now() < end) && !HasFailure()) {
             ASSERT_EQ(ss_start(engine, "C:/tree", "", 1), 1);
             SystemSearchQuery* const during = ss_query(engine, "n", 0, SS_KIND_ANY, 1000);
             const EngineStatus status = wait(engine);
@@ -102,7 +103,6 @@ TEST_F(ChangingTree, walks_listings_and_queries_survive_it_and_find_what_stands_
         }
     }
     ss_destroy(engine);
-    EXPECT_GT(walks, 10u);
 }
 
 }  // namespace

@@ -64,16 +64,18 @@ protected:
         ss_status(engine_, &now);
         return now;
     }
+    // Waits for the end of the build: the first status that tells of it has to be right.
     EngineStatus finish() const {
-        const DWORD begin = GetTickCount();
-        while (status().state == SS_ENGINE_RUNNING) {
-            if (GetTickCount() - begin > 120'000) {
+        const ULONGLONG give_up = GetTickCount64() + 120'000;
+        for (;;) {
+            const EngineStatus now = status();
+            if (now.state != SS_ENGINE_RUNNING) return now;
+            if (GetTickCount64() > give_up) {
                 ADD_FAILURE() << "the build does not end";
-                break;
+                return now;
             }
             Sleep(1);
         }
-        return status();
     }
     EngineStatus build(const std::string& scope, const std::string& cache_path = "",
                        std::int32_t force = 0) const {

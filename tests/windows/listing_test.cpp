@@ -153,27 +153,4 @@ TEST_F(ListingTest, links_are_counted_but_not_listed) {
     EXPECT_EQ(all.status().index_incomplete, 0u);
 }
 
-TEST_F(ListingTest, destroyed_while_it_reads_it_ends_at_once) {
-    const fs::path many = root_ / "many";
-    fs::create_directories(many);
-    for (int i = 0; i < 3000; ++i) std::ofstream(many / std::to_string(i));
-    const std::string directory = many.string();
-    const auto milliseconds = [&](bool to_the_end) {
-        const ULONGLONG start = GetTickCount64();
-        if (to_the_end) {
-            EXPECT_EQ(list(directory, "no such name").status().index_entries, 3000u);
-        } else {
-            ss_query_destroy(ss_query_directory(directory.c_str(), "", 0, 0, 1000));
-        }
-        return GetTickCount64() - start;
-    };
-    ULONGLONG whole = 0;
-    ULONGLONG cut = 0;
-    for (int i = 0; i < 5; ++i) {
-        whole += milliseconds(true);
-        cut += milliseconds(false);
-    }
-    EXPECT_LT(cut, whole / 2) << "the sum of five, in milliseconds";
-}
-
 }  // namespace

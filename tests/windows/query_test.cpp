@@ -61,7 +61,6 @@ protected:
         EXPECT_EQ(ss_start(engine_, root_.string().c_str(), "", 0), 1);
         EngineStatus status{};
         while (ss_status(engine_, &status), status.state == SS_ENGINE_RUNNING) Sleep(0);
-        ss_status(engine_, &status);
         EXPECT_EQ(status.state, SS_ENGINE_READY) << ss_error(engine_);
         return status;
     }
