@@ -1,7 +1,7 @@
 // A process that is ended while it saves its cache leaves the old file or the new one, whole.
 //
 // Run as `ended_save_test --save SCOPE CACHE` the program saves over and over until it is ended.
-// SS_KILL_ROUNDS says how many times; `make soak` asks for more.
+// SS_KILL_ROUNDS says how many times; `make soak` asks for many more.
 #include <cstdlib>
 #include <random>
 
@@ -50,7 +50,7 @@ bool has_temporary_file(const fs::path& folder) {
 
 TEST_F(Cache, a_process_ended_at_any_moment_leaves_a_whole_cache) {
     const char* const chosen = std::getenv("SS_KILL_ROUNDS");
-    const int rounds = chosen != nullptr ? std::atoi(chosen) : 200;
+    const int rounds = chosen != nullptr ? std::atoi(chosen) : 60;
 
     // Long paths, so that the save takes a good part of each run. They need the device prefix.
     const std::wstring long_name(200, L'x');

@@ -58,6 +58,13 @@ protected:
         make_folder(folder);
         for (int i = 0; i < count; ++i) std::ofstream(scratch_ / folder / std::to_string(i));
     }
+    // Folders with files in each: one with all of them would take long to fill under Wine, which
+    // looks through the whole folder before each new file.
+    void make_folders(const std::string& folder, int folders, int files_in_each) const {
+        for (int i = 0; i < folders; ++i) {
+            make_files(folder + "/" + std::to_string(i), files_in_each);
+        }
+    }
 
     EngineStatus status() const {
         EngineStatus now{9, 9, 9, 9, 9};

@@ -77,8 +77,9 @@ TEST_F(EngineTest, names_beyond_ascii_are_utf8) {
 }
 
 TEST_F(EngineTest, a_full_shard_and_one_more_file) {
-    make_files("1024", 1024);
-    make_files("1025", 1025);
+    make_folders("1024", 32, 31);
+    make_folders("1025", 32, 31);
+    make_file("1025/one more");
     EXPECT_EQ(build(path("1024")), (EngineStatus{SS_ENGINE_READY, 1024, 0, 0, 0}));
     EXPECT_EQ(build(path("1025")), (EngineStatus{SS_ENGINE_READY, 1025, 0, 0, 0}));
 }
