@@ -146,7 +146,8 @@ TEST_F(PlatformPatchTest, unpaired_surrogate_fails_the_build_and_saves_nothing) 
     for (const char* name : {"mark high", "mark low"}) {
         make_file(std::string("tree/") + name);
         EXPECT_EQ(build_tree(path("cache")), (EngineStatus{SS_ENGINE_FAILED, 0, 0, 0, 0}));
-        EXPECT_EQ(error(), "A file name is not valid UTF-16.");
+        EXPECT_EQ(error(),
+                  "A file name in " + with_slashes(path("tree")) + " is not valid UTF-16.");
         EXPECT_FALSE(std::filesystem::exists(scratch_ / "cache"));
         std::filesystem::remove_all(scratch_ / "tree");
     }
