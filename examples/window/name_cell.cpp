@@ -3,6 +3,7 @@
 #include <usp10.h>
 
 #include <algorithm>
+#include <numeric>
 
 #include "contrast.hpp"
 
@@ -37,12 +38,19 @@ bool is_simple(const std::wstring& text) {
                        [](wchar_t unit) { return unit < 0x300 || unit == L'\x2026'; });
 }
 
-/* Where units of a text are on the screen, also in a text that runs from right to left. */
-class Positions {
+/* A text with the places of its letters, so that a part of it can be drawn again exactly where it
+   was. Texts that run from right to left, or whose letters depend on one another, are laid out by
+   the system's script processor; it is too slow for all the others. */
+class Line {
 public:
-    Positions(HDC dc, const std::wstring& text) : dc_(dc), text_(text) {
-        if (is_simple(text)) return;
+    Line(HDC dc, const std::wstring& text) : dc_(dc), text_(text) {
         const int units = static_cast<int>(text.size());
+        if (is_simple(text)) {
+            ends_.resize(text.size());
+            SIZE size{};
+            GetTextExtentExPointW(dc, text.c_str(), units, 0, nullptr, ends_.data(), &size);
+            return;
+        }
         const int glyphs = units * 3 / 2 + 16;  // as the function's documentation advises
         if (FAILED(ScriptStringAnalyse(dc, text.c_str(), units, glyphs, -1,
                                        SSA_GLYPHS | SSA_FALLBACK | SSA_LINK, 0, nullptr, nullptr,
@@ -50,16 +58,28 @@ public:
             analysis_ = nullptr;
         }
     }
-    ~Positions() {
+    ~Line() {
         if (analysis_) ScriptStringFree(&analysis_);
     }
-    Positions(const Positions&) = delete;
-    Positions& operator=(const Positions&) = delete;
+    Line(const Line&) = delete;
+    Line& operator=(const Line&) = delete;
+
+    void draw(int x, int y) const {
+        if (analysis_) {
+            ScriptStringOut(analysis_, x, y, 0, nullptr, 0, 0, FALSE);
+            return;
+        }
+        std::vector<int> advances(ends_);
+        std::adjacent_difference(advances.begin(), advances.end(), advances.begin());
+        ExtTextOutW(dc_, x, y, 0, nullptr, text_.c_str(), static_cast<UINT>(text_.size()),
+                    advances.empty() ? nullptr : advances.data());
+    }
 
     bool find(const Range& range, int& left, int& right) const {
         if (!analysis_) {
-            left = width_of(dc_, text_.c_str(), static_cast<int>(range.begin));
-            right = width_of(dc_, text_.c_str(), static_cast<int>(range.end));
+            if (range.end > ends_.size()) return false;
+            left = range.begin == 0 ? 0 : ends_[range.begin - 1];
+            right = ends_[range.end - 1];
             return true;
         }
         int first = 0;
@@ -76,6 +96,7 @@ public:
 private:
     const HDC dc_;
     const std::wstring& text_;
+    std::vector<int> ends_;  // of the letters of a simple text, from its beginning
     SCRIPT_STRING_ANALYSIS analysis_ = nullptr;
 };
 
@@ -107,26 +128,25 @@ void paint_name(HDC dc, const RECT& cell, std::wstring text, const std::vector<R
     const int x = cell.left + padding;
     const int y = cell.top + (cell.bottom - cell.top - metrics.tmHeight) / 2;
     const std::size_t kept = shorten(dc, text, cell.right - padding - x);
-    const UINT units = static_cast<UINT>(text.size());
     SetBkMode(dc, TRANSPARENT);
     SetTextColor(dc, colors.text);
-    ExtTextOutW(dc, x, y, 0, nullptr, text.c_str(), units, nullptr);
+    const Line line(dc, text);
+    line.draw(x, y);
 
     // The whole text is drawn again where it matches: only so do its letters keep their shapes.
-    const Positions positions(dc, text);
     SetTextColor(dc, colors.match);
     for (const Range& range : matched) {
         int left = 0;
         int right = 0;
         const Range visible{range.begin, std::min(range.end, kept)};
-        if (visible.begin >= visible.end || !positions.find(visible, left, right)) continue;
+        if (visible.begin >= visible.end || !line.find(visible, left, right)) continue;
         const RECT part{x + left, cell.top, x + right + 1, cell.bottom};
         const int inner = SaveDC(dc);
         IntersectClipRect(dc, part.left, part.top, part.right, part.bottom);
         ExtTextOutW(dc, 0, 0, ETO_OPAQUE, &part, L"", 0, nullptr);
-        ExtTextOutW(dc, x, y, 0, nullptr, text.c_str(), units, nullptr);
+        line.draw(x, y);
         // A second stroke beside the first makes it bold without making it wider.
-        ExtTextOutW(dc, x + 1, y, 0, nullptr, text.c_str(), units, nullptr);
+        line.draw(x + 1, y);
         RestoreDC(dc, inner);
     }
     RestoreDC(dc, saved);
