@@ -112,7 +112,7 @@ LRESULT CALLBACK MainWindow::on_message(HWND handle, UINT message, WPARAM wparam
     try {
         return self->handle_message(message, wparam, lparam);
     } catch (const std::exception&) {
-        self->tell(kNoMemorySentence);
+        self->tell_no_memory();
         return message == WM_CREATE ? -1 : 0;
     }
 }
@@ -216,7 +216,10 @@ void MainWindow::on_command(int id, int code) {
         case kScopeId:
             if (code == CBN_SELCHANGE) {
                 const std::string scope = bar_->scope(settings_);
-                if (scope != settings_.scope) open_scope(scope);
+                if (scope != settings_.scope) {
+                    open_scope(scope);
+                    remember_settings();
+                }
             }
             break;
         case kFolderId:
@@ -278,6 +281,7 @@ bool MainWindow::close_library(std::chrono::milliseconds patience) {
 // ---- Searching ----------------------------------------------------------------------------------
 
 void MainWindow::ask() {
+    after_answer_ = nullptr;
     if (const std::optional<Question> question = bar_->question()) {
         searches_.ask(*question, SearchPlan::Time::clock::now());
     }
@@ -302,13 +306,24 @@ void MainWindow::pick_folder() {
     const std::string folder = choose_folder(window_, settings_.scope);
     if (folder.empty()) return;
     open_scope(folder);
+    remember_settings();
+}
+
+void MainWindow::remember_settings() {
     if (!save_settings(settings_folder_, settings_)) {
         tell("The settings cannot be kept in " + native_path(settings_folder_));
     }
 }
 
-void MainWindow::tick() {
-    if (!session_) return;
+void MainWindow::tick() noexcept {
+    try {
+        if (session_) look();
+    } catch (const std::exception&) {
+        tell_no_memory();
+    }
+}
+
+void MainWindow::look() {
     const IndexPhase phase_before = session_->report().phase;
     if (session_->tick(std::time(nullptr))) searches_.index_changed();
     const IndexReport& report = session_->report();
@@ -355,6 +370,7 @@ DWORD MainWindow::patience() const {
 void MainWindow::show_answer(Found found) {
     if (found.outcome.state != ss::QueryState::kDone) {
         measurements_.forget_keys();
+        after_answer_ = nullptr;
         tell(kSearchFailedSentence);
         return;
     }
@@ -366,6 +382,7 @@ void MainWindow::show_answer(Found found) {
     if (!is_new) return;
     UpdateWindow(list_->handle());
     measurements_.list_painted(answer_.searched, answer_.matched);
+    if (const auto action = std::exchange(after_answer_, nullptr)) (this->*action)();
 }
 
 void MainWindow::show_status() {
@@ -390,6 +407,14 @@ void MainWindow::show_details() {
     const std::string text = index_details(report, moment, scope_label(session_->scope()),
                                            native_path(session_->cache_path()), numbers_);
     MessageBoxW(window_, to_wide(text).c_str(), L"System Search", MB_OK | MB_ICONINFORMATION);
+}
+
+void MainWindow::tell_no_memory() noexcept {
+    try {
+        tell(kNoMemorySentence);
+    } catch (const std::exception&) {
+        MessageBeep(MB_ICONERROR);  // not even the sentence fits
+    }
 }
 
 void MainWindow::tell(const std::string& trouble) {

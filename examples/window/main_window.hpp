@@ -35,10 +35,10 @@ public:
 
     /* Takes a message that was typed for the whole window, or for another control than the one
        that has the focus. */
-    bool translate(MSG& message);
+    bool translate(MSG& message) noexcept;
 
     /* Looks at what the library has done meanwhile. */
-    void tick();
+    void tick() noexcept;
 
     /* How long the message loop may sleep before the next tick(), in milliseconds. */
     DWORD patience() const;
@@ -49,7 +49,9 @@ public:
 private:
     static LRESULT CALLBACK on_message(HWND handle, UINT message, WPARAM wparam, LPARAM lparam);
     LRESULT handle_message(UINT message, WPARAM wparam, LPARAM lparam);
+    bool take_message(MSG& message);
     bool handle_key(const MSG& message);
+    void tell_no_memory() noexcept;
 
     void create_parts();
     void set_dpi(int dpi);
@@ -60,7 +62,10 @@ private:
     void on_dpi_changed(int dpi, const RECT* suggested);
     void on_close();
 
+    void look();
     void ask();
+    void remember_settings();
+    bool waits_for_answer(void (MainWindow::*action)());
     void open_scope(const std::string& scope);
     void pick_folder();
     void show_answer(Found found);
@@ -92,9 +97,10 @@ private:
     NumberStyle numbers_;
     Answer answer_;
     bool has_answer_ = false;
-    std::string trouble_;   // until the next answer
-    bool beats_ = false;    // the timer is set
-    bool is_fine_ = false;  // the system's clock is set to milliseconds
+    std::string trouble_;                           // until the next answer
+    void (MainWindow::*after_answer_)() = nullptr;  // to be done when the question is answered
+    bool beats_ = false;                            // the timer is set
+    bool is_fine_ = false;                          // the system's clock is set to milliseconds
 };
 
 }  // namespace window

@@ -16,7 +16,16 @@ bool is_down(int key) {
 
 }  // namespace
 
-bool MainWindow::translate(MSG& message) {
+bool MainWindow::translate(MSG& message) noexcept {
+    try {
+        return take_message(message);
+    } catch (const std::exception&) {
+        tell_no_memory();
+        return true;
+    }
+}
+
+bool MainWindow::take_message(MSG& message) {
     if (!IsChild(window_, message.hwnd) && message.hwnd != window_) return false;
     const bool in_box = message.hwnd == bar_->box();
     const bool is_key = message.message == WM_KEYDOWN || message.message == WM_SYSKEYDOWN;
@@ -146,7 +155,14 @@ void MainWindow::on_context_menu(HWND from, POINT at) {
     }
 }
 
+/* Who types fast and presses Enter means what the text finds, not what the list still shows. */
+bool MainWindow::waits_for_answer(void (MainWindow::*action)()) {
+    after_answer_ = searches_.is_answered() ? nullptr : action;
+    return after_answer_ != nullptr;
+}
+
 void MainWindow::open_results() {
+    if (waits_for_answer(&MainWindow::open_results)) return;
     constexpr std::size_t kMany = 10;
     const std::vector<std::string> paths = list_->chosen_paths();
     if (paths.size() > kMany) {
@@ -160,6 +176,7 @@ void MainWindow::open_results() {
 }
 
 void MainWindow::show_in_folders() {
+    if (waits_for_answer(&MainWindow::show_in_folders)) return;
     tell(show_in_folder(window_, list_->chosen_paths()));
 }
 
@@ -176,6 +193,7 @@ void MainWindow::copy_names() {
 }
 
 void MainWindow::show_properties_of_result() {
+    if (waits_for_answer(&MainWindow::show_properties_of_result)) return;
     const std::vector<std::string> paths = list_->chosen_paths();
     if (!paths.empty()) tell(show_properties(window_, paths.front()));
 }

@@ -28,8 +28,7 @@ ResultList::ResultList(HWND parent, int id, UINT icon_message, Searches::Discard
                                 LVS_SHOWSELALWAYS | LVS_SHAREIMAGELISTS,
                             0, 0, 0, 0, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
                             nullptr, nullptr);
-    constexpr DWORD kStyle =
-        LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP | LVS_EX_HEADERDRAGDROP;
+    constexpr DWORD kStyle = LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP;
     ListView_SetExtendedListViewStyle(list_, kStyle);
     for (int i = 0; i < static_cast<int>(kColumnCount); ++i) {
         LVCOLUMNW column{};
@@ -130,11 +129,11 @@ void ResultList::change_rows(const std::vector<std::string_view>& before, const 
     std::sort(selected.begin(), selected.end());
     const std::optional<std::uint32_t> focused = found[selected_count];
     // At the top of the list the user looks at what comes first, whatever that is.
-    const bool was_at_top = was.top.value_or(0) == 0;
-    const std::uint32_t top = was_at_top ? 0 : found[selected_count + 1].value_or(0);
+    const std::uint32_t was_top = was.top.value_or(0);
+    const std::uint32_t top =
+        is_new || was_top == 0 ? 0 : found[selected_count + 1].value_or(was_top);
 
-    const bool moves =
-        selected != was.selected || focused != was.focused || top != was.top.value_or(0);
+    const bool moves = selected != was.selected || focused != was.focused || top != was_top;
     if (moves) SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
     if (now.size() != before.size()) {
         SendMessageW(list_, LVM_SETITEMCOUNT, now.size(), LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);

@@ -38,6 +38,8 @@ public:
     void stop();
 
     bool is_running() const { return static_cast<bool>(running_); }
+    /* The question as it is now has had its first answer. */
+    bool is_answered() const { return answered_; }
     bool is_waiting() const { return plan_.is_waiting(); }
 
 private:
