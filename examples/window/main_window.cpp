@@ -381,7 +381,7 @@ void MainWindow::show_answer(Found found) {
     list_->show(std::move(found));
     if (!is_new) return;
     UpdateWindow(list_->handle());
-    measurements_.list_painted(answer_.searched, answer_.matched);
+    measurements_.list_painted(answer_.searched, answer_.matched, answer_.milliseconds);
     if (const auto action = std::exchange(after_answer_, nullptr)) (this->*action)();
 }
 

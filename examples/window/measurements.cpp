@@ -57,13 +57,14 @@ void Measurements::text_changed() {
     if (!waiting_since_) waiting_since_ = key_at.value_or(Clock::now());
 }
 
-void Measurements::list_painted(unsigned names, unsigned matched) {
+void Measurements::list_painted(unsigned names, unsigned matched, double search_milliseconds) {
     const auto since = std::exchange(waiting_since_, std::nullopt);
     if (!since || !file_.is_open()) return;
     const double taken = milliseconds(Clock::now() - *since);
     latencies_.add(taken);
     char line[120];
-    std::snprintf(line, sizeof line, "key %.2f ms, %u of %u names", taken, matched, names);
+    std::snprintf(line, sizeof line, "key %.2f ms, %u of %u names, search %.2f ms", taken, matched,
+                  names, search_milliseconds);
     write(line);
 }
 

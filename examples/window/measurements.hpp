@@ -25,7 +25,7 @@ public:
     /* The text has changed, by a key or without one. */
     void text_changed();
     /* The list shows the answer to all keys so far, and is painted. */
-    void list_painted(unsigned names, unsigned matched);
+    void list_painted(unsigned names, unsigned matched, double search_milliseconds);
     /* There will be no answer. */
     void forget_keys() { waiting_since_.reset(); }
 
