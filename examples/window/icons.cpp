@@ -77,34 +77,59 @@ int Icons::index_of(std::string_view name, bool is_folder) {
 
 void Icons::set_size(int size) {
     if (!worker_) return;  // the lists take long to open, too
+    forget_copies();
+    size_ = size;
     if (list_) list_->Release();
     list_ = list_for(size);
 }
 
 Icons::~Icons() {
+    forget_copies();
     if (list_) list_->Release();
 }
 
-void Icons::draw(HDC dc, const RECT& place, std::string_view name, bool is_folder) {
-    const int index = index_of(name, is_folder);
-    const int size = static_cast<int>(place.right - place.left);
-    if (index < 0 || !list_) return;
+void Icons::forget_copies() {
+    if (copies_) ImageList_Destroy(copies_);
+    copies_ = nullptr;
+    copy_of_.clear();
+}
+
+int Icons::flat_copy(HDC dc, int index) {
+    const auto known = copy_of_.find(index);
+    if (known != copy_of_.end()) return known->second;
+    if (!copies_) copies_ = ImageList_Create(size_, size_, ILC_COLOR24, 16, 16);
+    HDC memory = CreateCompatibleDC(dc);
+    HBITMAP bitmap = CreateCompatibleBitmap(dc, size_, size_);
+    HGDIOBJ before = SelectObject(memory, bitmap);
+    const RECT all{0, 0, size_, size_};
+    FillRect(memory, &all, GetSysColorBrush(COLOR_WINDOW));
     IMAGELISTDRAWPARAMS how{};
     how.cbSize = sizeof how;
     how.himl = IImageListToHIMAGELIST(list_);
     how.i = index;
-    how.hdcDst = dc;
-    how.x = place.left;
-    how.y = place.top;
-    how.cx = size;
-    how.cy = size;
+    how.hdcDst = memory;
+    how.cx = size_;
+    how.cy = size_;
     how.rgbBk = CLR_NONE;
     how.rgbFg = CLR_DEFAULT;
     int width = 0;
     int height = 0;
     list_->GetIconSize(&width, &height);
-    how.fStyle = ILD_TRANSPARENT | (width == size ? 0u : static_cast<UINT>(ILD_SCALE));
+    how.fStyle = ILD_TRANSPARENT | (width == size_ ? 0u : static_cast<UINT>(ILD_SCALE));
     list_->Draw(&how);
+    SelectObject(memory, before);
+    const int copy = ImageList_Add(copies_, bitmap, nullptr);
+    DeleteObject(bitmap);
+    DeleteDC(memory);
+    copy_of_[index] = copy;
+    return copy;
+}
+
+void Icons::draw(HDC dc, int x, int y, std::string_view name, bool is_folder) {
+    const int index = index_of(name, is_folder);
+    if (index < 0 || !list_) return;
+    const int copy = flat_copy(dc, index);  // it makes the list of copies
+    ImageList_Draw(copies_, copy, dc, x, y, ILD_NORMAL);
 }
 
 }  // namespace window

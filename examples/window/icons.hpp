@@ -27,9 +27,10 @@ public:
     /* Starts asking, for icons of `size` pixels. Before it, nothing is drawn. */
     void open(int size);
     void set_size(int size);
+    void colors_changed() { forget_copies(); }
     void arrived(WPARAM index, LPARAM number);
 
-    void draw(HDC dc, const RECT& place, std::string_view name, bool is_folder);
+    void draw(HDC dc, int x, int y, std::string_view name, bool is_folder);
 
 private:
     struct Icon {
@@ -37,12 +38,19 @@ private:
         LPARAM number = 0;
     };
     int index_of(std::string_view name, bool is_folder);
+    int flat_copy(HDC dc, int index);
+    void forget_copies();
     void ask(const std::wstring& name, DWORD attributes, LPARAM number);
 
     const HWND owner_;
     const UINT message_;
     std::map<std::string, Icon, std::less<>> icons_;  // "/" is the folder's, "" any file's
     IImageList* list_ = nullptr;                      // the system's, of the size that fits best
+    // Blending each icon with the background of its row takes longer than all else in the row, so
+    // it is done once: copies of the icons on the window's colour, without transparency.
+    HIMAGELIST copies_ = nullptr;
+    std::map<int, int> copy_of_;  // from the system's index
+    int size_ = 16;
     std::unique_ptr<Worker> worker_;
 };
 

@@ -53,8 +53,8 @@ ss::Result ResultList::row(std::size_t index) const {
 
 std::vector<std::string_view> ResultList::paths() const {
     std::vector<std::string_view> paths;
-    paths.reserve(row_count());
-    for (std::size_t i = 0; i < row_count(); ++i) paths.push_back(row(i).path);
+    paths.reserve(held_rows());
+    for (std::size_t i = 0; i < held_rows(); ++i) paths.push_back(row(i).path);
     return paths;
 }
 
@@ -64,7 +64,7 @@ ResultList::Kept ResultList::kept() const {
         kept.selected.push_back(static_cast<std::uint32_t>(i));
     }
     kept.focused = as_row(ListView_GetNextItem(list_, -1, LVNI_FOCUSED));
-    if (row_count() > 0) kept.top = as_row(ListView_GetTopIndex(list_));
+    if (count_ > 0) kept.top = as_row(ListView_GetTopIndex(list_));
     return kept;
 }
 
@@ -74,12 +74,14 @@ void ResultList::show(Found found) {
     ss::Query outdated = std::exchange(query_, std::move(found.query));
     question_ = std::move(found.question);
     sort();
-    change_rows(before, was, found.is_new);
+    change_rows(before, was, found.is_new,
+                std::min<std::uint32_t>(found.outcome.matched, SS_MAX_RESULTS));
     if (outdated) discard_(std::move(outdated));  // only now: `before` refers to it
 }
 
 void ResultList::close() {
     positions_.clear();
+    count_ = 0;
     ListView_SetItemCountEx(list_, 0, LVSICF_NOINVALIDATEALL);
     if (query_) discard_(std::exchange(query_, ss::Query()));
 }
@@ -108,38 +110,43 @@ void ResultList::sort() {
 }
 
 void ResultList::change_rows(const std::vector<std::string_view>& before, const Kept& was,
-                             bool is_new) {
+                             bool is_new, std::uint32_t count) {
     const std::vector<std::string_view> now = paths();
     std::vector<std::string_view> wanted;
-    for (std::uint32_t selected : was.selected) {
-        if (selected < before.size()) wanted.push_back(before[selected]);
-    }
-    const std::size_t selected_count = wanted.size();
     const auto want = [&](std::optional<std::uint32_t> row) {
         wanted.push_back(row && *row < before.size() ? before[*row] : std::string_view());
     };
+    for (std::uint32_t selected : was.selected) want(selected);
+    const std::size_t selected_count = wanted.size();
     want(was.focused);
     want(was.top);
     const auto found =
         is_new ? std::vector<std::optional<std::uint32_t>>(wanted.size()) : find_rows(wanted, now);
+    // A row that was still empty stays where it was.
+    const auto now_at = [&](std::uint32_t row, std::size_t wish) {
+        if (is_new || row < before.size() || row >= count) return found[wish];
+        return std::optional(row);
+    };
     std::vector<std::uint32_t> selected;
-    for (std::size_t i = 0; i < selected_count; ++i) {
-        if (found[i]) selected.push_back(*found[i]);
+    for (std::size_t i = 0; i < was.selected.size(); ++i) {
+        if (const auto row = now_at(was.selected[i], i)) selected.push_back(*row);
     }
     std::sort(selected.begin(), selected.end());
-    const std::optional<std::uint32_t> focused = found[selected_count];
+    const std::optional<std::uint32_t> focused =
+        was.focused ? now_at(*was.focused, selected_count) : std::nullopt;
     // At the top of the list the user looks at what comes first, whatever that is.
     const std::uint32_t was_top = was.top.value_or(0);
     const std::uint32_t top =
-        is_new || was_top == 0 ? 0 : found[selected_count + 1].value_or(was_top);
+        is_new || was_top == 0 ? 0 : now_at(was_top, selected_count + 1).value_or(was_top);
 
     const bool moves = selected != was.selected || focused != was.focused || top != was_top;
     if (moves) SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
-    if (now.size() != before.size()) {
-        SendMessageW(list_, LVM_SETITEMCOUNT, now.size(), LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
+    if (count != count_) {
+        count_ = count;
+        SendMessageW(list_, LVM_SETITEMCOUNT, count, LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
     }
     if (selected != was.selected || focused != was.focused) select(selected, focused);
-    if (!now.empty()) scroll_to(top);
+    if (count > 0) scroll_to(top);
     if (moves) SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
     InvalidateRect(list_, nullptr, FALSE);
 }
@@ -171,13 +178,15 @@ std::uint32_t ResultList::visible_rows() const {
 
 std::vector<std::string> ResultList::selected_paths() const {
     std::vector<std::string> selected;
-    for (std::uint32_t index : kept().selected) selected.emplace_back(row(index).path);
+    for (std::uint32_t index : kept().selected) {
+        if (index < held_rows()) selected.emplace_back(row(index).path);
+    }
     return selected;
 }
 
 std::vector<std::string> ResultList::chosen_paths() const {
     std::vector<std::string> chosen = selected_paths();
-    if (chosen.empty() && row_count() > 0) chosen.emplace_back(row(0).path);
+    if (chosen.empty() && held_rows() > 0) chosen.emplace_back(row(0).path);
     return chosen;
 }
 
@@ -221,6 +230,7 @@ void ResultList::show_order() const {
 }
 
 void ResultList::colors_changed() {
+    icons_.colors_changed();
     SendMessageW(list_, WM_SYSCOLORCHANGE, 0, 0);
     InvalidateRect(list_, nullptr, TRUE);
 }
@@ -237,7 +247,7 @@ std::optional<LRESULT> ResultList::on_notify(NMHDR& header) {
             const Kept was = kept();
             order_.click(static_cast<Column>(reinterpret_cast<NMLISTVIEW&>(header).iSubItem));
             sort();
-            change_rows(before, was, /*is_new=*/false);
+            change_rows(before, was, /*is_new=*/false, count_);
             show_order();
             return std::nullopt;  // the status bar changes, too
         }
@@ -289,6 +299,7 @@ LRESULT ResultList::paint(NMLVCUSTOMDRAW& draw) {
 void ResultList::paint_first_cell(HDC dc, int index) {
     const ss::Result result = row(static_cast<std::size_t>(index));
     const std::string_view name = name_of(result.path);
+    const bool is_held = !result.path.empty();
     const bool is_selected = ListView_GetItemState(list_, index, LVIS_SELECTED) != 0;
     const CellColors colors = cell_colors(is_selected, GetFocus() == list_);
 
@@ -302,8 +313,9 @@ void ResultList::paint_first_cell(HDC dc, int index) {
                       label.bottom);
     const int left = static_cast<int>(icon.left + (icon.right - icon.left - icon_size_) / 2);
     const int top = static_cast<int>(icon.top + (icon.bottom - icon.top - icon_size_) / 2);
-    icons_.draw(dc, {left, top, left + icon_size_, top + icon_size_}, name,
-                result.kind == ss::Kind::kFolder);
+    if (is_held) {
+        icons_.draw(dc, left, top, name, result.kind == ss::Kind::kFolder);
+    }
     const std::vector<Range> matched = in_utf16(
         highlight(result.path, question_.text, question_.matches_path(), question_.match_case),
         name);

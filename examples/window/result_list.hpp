@@ -63,11 +63,12 @@ private:
         std::optional<std::uint32_t> top;
     };
     ss::Result row(std::size_t index) const;
-    std::size_t row_count() const { return positions_.size(); }
+    std::size_t held_rows() const { return positions_.size(); }
     std::vector<std::string_view> paths() const;
     Kept kept() const;
     void sort();
-    void change_rows(const std::vector<std::string_view>& before, const Kept& kept, bool is_new);
+    void change_rows(const std::vector<std::string_view>& before, const Kept& was, bool is_new,
+                     std::uint32_t count);
     void select(const std::vector<std::uint32_t>& rows, std::optional<std::uint32_t> focused);
     void scroll_to(std::uint32_t top);
     void show_order() const;
@@ -82,7 +83,10 @@ private:
     Question question_;
     Order order_;
     std::vector<std::uint32_t> positions_;  // of the rows' results
-    HIMAGELIST spacer_ = nullptr;           // makes room for icons; they are painted here
+    // As many rows as there will be when the thousand are here; those that are not yet held are
+    // empty for that moment, so that the scroll bar neither jumps nor is drawn twice.
+    std::uint32_t count_ = 0;
+    HIMAGELIST spacer_ = nullptr;  // makes room for icons; they are painted here
     int icon_size_ = 16;
     std::wstring cell_text_;  // of the cell that was asked for last
 };
