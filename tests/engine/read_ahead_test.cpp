@@ -433,6 +433,30 @@ TEST_F(ReadAheadTest, a_folder_is_closed_before_anything_below_it_is_entered) {
     EXPECT_EQ(most_open_enumerations(), 1u);
 }
 
+TEST_F(ReadAheadTest, readers_go_for_what_the_walk_needs_soonest) {
+    const Roots in_order = {u"C:\\big",          u"C:\\big\\a",       u"C:\\big\\a\\1",
+                            u"C:\\big\\a\\1\\x", u"C:\\big\\a\\2",    u"C:\\big\\b",
+                            u"C:\\big\\b\\1",    u"C:\\big\\b\\1\\x", u"C:\\big\\c"};
+    std::mutex mutex;
+    Roots read;
+    for (const std::u16string& folder : in_order) {
+        add_folder(folder);
+        on_child(folder, 0, [&, folder] {
+            const std::lock_guard lock(mutex);
+            read.push_back(folder);
+        });
+    }
+    Traversal traversal(with_readers(1));
+    traversal.enter_root();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    for (std::size_t count = 0; count < in_order.size();) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        const std::lock_guard lock(mutex);
+        count = read.size();
+    }
+    EXPECT_EQ(read, in_order);
+}
+
 // ---- How many readers ---------------------------------------------------------------------------
 
 class ReadersAsNeededTest : public ReadAheadTest {
