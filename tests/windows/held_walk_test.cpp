@@ -45,6 +45,21 @@ constexpr std::uint32_t kEntries = kFolders * (kFiles + 1) + 4;
 
 class HeldWalk : public EngineHost {
 protected:
+    // The tree of the walks that stand still, one for all tests: files take their time under Wine.
+    static std::filesystem::path tree() { return std::filesystem::current_path() / "held_walk"; }
+    static void SetUpTestSuite() {
+        TearDownTestSuite();
+        for (int folder = 0; folder < kFolders; ++folder) {
+            const std::filesystem::path path = tree() / "a" / std::to_string(folder);
+            std::filesystem::create_directories(path);
+            for (int file = 0; file < kFiles; ++file) std::ofstream(path / std::to_string(file));
+        }
+        std::filesystem::create_directories(tree() / "z");
+        std::ofstream(tree() / "z" / "hold");
+        std::ofstream(tree() / "z" / "other");
+    }
+    static void TearDownTestSuite() { std::filesystem::remove_all(tree()); }
+
     void SetUp() override {
         EngineHost::SetUp();
         host_thread = GetCurrentThreadId();
@@ -65,10 +80,7 @@ protected:
 
     // A walk that stands still behind some whole shards and a few entries more.
     void start_held_walk(SystemSearchEngine* engine) const {
-        make_folders("tree/a", kFolders, kFiles);
-        make_file("tree/z/hold");
-        make_file("tree/z/other");
-        ASSERT_EQ(ss_start(engine, path("tree").c_str(), path("cache").c_str(), 0), 1);
+        ASSERT_EQ(ss_start(engine, tree().string().c_str(), path("cache").c_str(), 0), 1);
         wait_until_held();
         // Whoever reads ahead may be held before all shards are published.
         const ULONGLONG give_up = GetTickCount64() + 120'000;
@@ -100,6 +112,7 @@ TEST_F(HeldWalk, running_build_refuses_a_start_and_goes_on) {
     start_held_walk(engine_);
     EXPECT_EQ(ss_start(engine_, "relative", "", 1), 0);
     EXPECT_EQ(error(), "");
+    EXPECT_EQ(status(), (EngineStatus{SS_ENGINE_RUNNING, kWholeShards, 0, 0, 0}));
     EXPECT_EQ(go_on_and_finish(), (EngineStatus{SS_ENGINE_READY, kEntries, 0, 0, 0}));
 }
 

@@ -31,8 +31,6 @@ struct Script {
     bool joins_fail = false;
     bool slots_run_out = false;
     bool knows_cloud_folders = true;  // ntdll has the function to ask for them
-    HANDLE at_mark = nullptr;         // the build thread waits here at a file called "mark hold"
-    HANDLE go_on = nullptr;
 };
 inline Script script;
 inline std::atomic<int> open_searches{0};
@@ -102,10 +100,6 @@ inline void apply_marks(WIN32_FIND_DATAW& found) {
     if (name == L"mark pair") {
         found.cFileName[5] = 0xD83D;
         found.cFileName[6] = 0xDE00;
-    }
-    if (name == L"mark hold") {
-        SetEvent(script.at_mark);
-        WaitForSingleObject(script.go_on, INFINITE);
     }
 }
 

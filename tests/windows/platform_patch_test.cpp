@@ -337,27 +337,5 @@ TEST_F(PlatformPatchTest, thread_without_a_slot_for_its_text_gets_a_fixed_one) {
     }).join();
 }
 
-// ---- A walk that is held at a known point -------------------------------------------------------
-
-TEST_F(PlatformPatchTest, held_walk_is_running_refuses_a_start_and_can_be_cancelled) {
-    make_file("tree/mark hold");
-    make_file("tree/other");
-    script.at_mark = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    script.go_on = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    ASSERT_EQ(ss_start(engine_, path("tree").c_str(), path("cache").c_str(), 0), 1);
-    ASSERT_EQ(WaitForSingleObject(script.at_mark, 60'000), WAIT_OBJECT_0);
-    EXPECT_EQ(status(), (EngineStatus{SS_ENGINE_RUNNING, 0, 0, 0, 0}));
-    EXPECT_EQ(ss_start(engine_, path("tree").c_str(), "", 0), 0);
-    ss_cancel(engine_);
-    EXPECT_EQ(status().state, SS_ENGINE_RUNNING);
-    SetEvent(script.go_on);
-    const EngineStatus end = finish();
-    EXPECT_EQ(end.state, SS_ENGINE_CANCELLED);
-    EXPECT_LE(end.entries, 1u) << "nothing after the held entry, which is not indexed either";
-    EXPECT_FALSE(std::filesystem::exists(scratch_ / "cache"));
-    CloseHandle(script.at_mark);
-    CloseHandle(script.go_on);
-}
-
 }  // namespace
 }  // namespace patched_system
