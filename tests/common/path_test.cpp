@@ -363,6 +363,7 @@ TEST(Path, a_name_is_appended_behind_exactly_one_separator) {
         {"\\\\?", "\\\\?\\x"},
         {"\\", "\\x"},
         {"a", "a\\x"},
+        {"ab", "ab\\x"},
         {"", "x"},
         {"C:", "C:x"},
         {"C:a", "C:a\\x"},
