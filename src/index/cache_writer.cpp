@@ -69,21 +69,16 @@ public:
         bytes(text);
     }
 
-    // The path is `folder`, as stored, followed by the name of an entry.
-    void record(std::string_view folder, const Shard& shard, std::uint32_t entry) {
-        const std::string_view name = shard.folded_name(entry);
+    // The path is `folder` followed by `name`, behind both of which kTextPadding bytes may be read.
+    void record(std::string_view folder, std::string_view name, std::uint32_t kind) {
         const std::size_t path_bytes = folder.size() + name.size();
         if (kCachePieceBytes - used_ < cache_record_bytes(path_bytes)) flush();
-        char* out = buffer_.get() + used_;
-        used_ += cache_record_bytes(path_bytes);
-
+        char* const out = buffer_.get() + used_;
         encode_cache_integer(static_cast<std::uint32_t>(path_bytes), out);
-        out += kCacheIntegerBytes;
-        copy_padded(folder, out);
-        out += folder.size();
-        shard.restore(name, out);
-        out += name.size();
-        encode_cache_integer(shard.has(kFolderBit, entry) ? kKindFolder : kKindFile, out);
+        copy_padded(folder, out + kCacheIntegerBytes);
+        copy_padded(name, out + kCacheIntegerBytes + folder.size());
+        encode_cache_integer(kind, out + kCacheIntegerBytes + path_bytes);
+        used_ += cache_record_bytes(path_bytes);
     }
 
     void flush() {
@@ -129,14 +124,21 @@ private:
     bool failed_ = false;
 };
 
-void write_shard(const Shard& shard, std::vector<char>& folder, Output& output) {
+// `stored` is room for the texts of a shard.
+void write_shard(const Shard& shard, std::vector<char>& stored, Output& output) {
+    const std::string_view texts = shard.texts();
+    if (stored.size() < texts.size() + 2 * kTextPadding) {
+        stored.resize(texts.size() + 2 * kTextPadding);
+    }
+    shard.restore(texts, stored.data());
+    const auto stored_text = [&](std::string_view folded) {
+        return std::string_view(stored.data() + (folded.data() - texts.data()), folded.size());
+    };
     for (const FolderRun& run : shard.runs()) {
-        const std::string_view folded = shard.folded_folder(run);
-        if (folder.size() < folded.size() + kTextPadding)
-            folder.resize(2 * folded.size() + 2 * kTextPadding);
-        shard.restore(folded, folder.data());
+        const std::string_view folder = stored_text(shard.folded_folder(run));
         for (std::uint32_t i = run.first; i < shard.end_of(run); ++i) {
-            output.record({folder.data(), folded.size()}, shard, i);
+            output.record(folder, stored_text(shard.folded_name(i)),
+                          shard.has(kFolderBit, i) ? kKindFolder : kKindFile);
         }
     }
 }
@@ -149,10 +151,10 @@ void write_contents(const CacheContents& contents, const std::atomic<bool>& canc
     output.integer(snapshot.entry_count);
     output.integer(contents.skipped);
     output.integer(contents.limited);
-    std::vector<char> folder;  // room for one, as stored
+    std::vector<char> stored;
     for (const auto& shard : snapshot.shards) {
         if (cancel.load() || output.failed()) return;
-        write_shard(*shard, folder, output);
+        write_shard(*shard, stored, output);
     }
 }
 

@@ -79,8 +79,11 @@ std::uint64_t leading_bytes(std::string_view name) {
 template <typename Visit>
 void Shard::for_sections(Visit visit) {
     visit(signatures_, std::size_t{kSignatureBits} * words_);
+    visit(folder_bigrams_, kByteClasses);
+    visit(extensions_, extension_count_);
     visit(runs_, std::size_t{run_count_} + 1);
     visit(name_starts_, std::size_t{size_} + 1);
+    visit(extension_numbers_, size_);
     visit(capitals_, capitals_bytes(text_bytes_));
     visit(texts_, text_bytes_);
     visit(padding_, kTextPadding);
@@ -90,6 +93,7 @@ Shard::Shard(const Batch& batch)
     : size_(static_cast<std::uint32_t>(batch.size())),
       words_((size_ + 63) / 64),
       run_count_(static_cast<std::uint32_t>(batch.runs().size())),
+      extension_count_(static_cast<std::uint32_t>(batch.extensions().size())),
       text_bytes_(batch.folder_texts().size() + batch.names().size()) {
     for_sections(
         [&](auto*& section, std::size_t count) { block_bytes_ += sizeof *section * count; });
@@ -102,8 +106,12 @@ Shard::Shard(const Batch& batch)
 
     FolderRun* const closing = std::copy(batch.runs().begin(), batch.runs().end(), runs_);
     *closing = {0, 0, static_cast<std::uint16_t>(size_)};
+    std::copy(batch.extensions().begin(), batch.extensions().end(), extensions_);
+    std::copy(batch.extension_numbers().begin(), batch.extension_numbers().end(),
+              extension_numbers_);
     fill_texts(batch);
     fill_signatures(batch);
+    fill_folder_bigrams();
     least_ = find_least();
 }
 
@@ -142,6 +150,21 @@ void Shard::fill_signatures(const Batch& batch) {
     for (std::uint32_t word = 0; word < words_; ++word) {
         folders_ += static_cast<std::uint32_t>(std::popcount(signature(kFolderBit)[word]));
     }
+}
+
+void Shard::fill_folder_bigrams() {
+    std::fill_n(folder_bigrams_, kByteClasses, 0);
+    unsigned before = 0;
+    // Where one folder ends and the next begins is a bigram as well, which does no harm.
+    for (const char byte : folder_texts()) {
+        const unsigned now = byte_bit(byte);
+        folder_bigrams_[before] |= std::uint64_t{1} << now;
+        before = now;
+    }
+}
+
+bool Shard::folders_hold(char first, char second) const {
+    return (folder_bigrams_[byte_bit(first)] >> byte_bit(second) & 1) != 0;
 }
 
 // The least entry of each run is the one with the least name; only these are compared as paths.

@@ -5,8 +5,11 @@
 // capital: that restores what was stored. Everything lies in one exactly sized block:
 //
 //   signatures   kSignatureBits bitmaps with one bit per entry, see index/signature.hpp
-//   name starts  uint32[n + 1], positions in the texts
+//   folder bigrams  uint64[64], which pairs of neighbouring bytes the folders hold
+//   extensions   the different extensions of the names, see index/extension.hpp
 //   runs         FolderRun[runs + 1]: neighbours of one folder; the last one closes them
+//   name starts  uint32[n + 1], positions in the texts
+//   extension numbers  uint8[n]: 1 is the first of the extensions, 0 is none
 //   capitals     one bit per byte of the texts
 //   texts        every different folder once, then the names in the order of the entries
 //   padding      so that vectors may be loaded from any byte of any text
@@ -55,6 +58,14 @@ public:
     std::uint32_t end_of(const FolderRun& run) const { return (&run + 1)->first; }
     const FolderRun& run_of(std::uint32_t entry) const;
 
+    // False when no folder holds these neighbouring folded bytes.
+    bool folders_hold(char first, char second) const;
+    // The different extensions of the names, and for each entry the number of its own, counted from
+    // 1; 0 for a name without one.
+    std::span<const Extension> extensions() const { return {extensions_, extension_count_}; }
+    const std::uint8_t* extension_numbers() const { return extension_numbers_; }
+
+    std::string_view texts() const { return {texts_, text_bytes_}; }  // folded, all of them
     std::string_view folder_texts() const { return {texts_, name_starts_[0]}; }
     std::string_view folded_folder(const FolderRun& run) const {
         return {texts_ + run.start, run.bytes};
@@ -83,11 +94,13 @@ private:
     void for_sections(Visit visit);
     void fill_texts(const Batch& batch);
     void fill_signatures(const Batch& batch);
+    void fill_folder_bigrams();
     std::uint32_t find_least() const;
 
     std::uint32_t size_;
     std::uint32_t words_;
     std::uint32_t run_count_;
+    std::uint32_t extension_count_;
     std::uint32_t folders_ = 0;
     std::uint32_t least_;
     std::size_t text_bytes_;
@@ -96,8 +109,11 @@ private:
 
     // Into the block.
     std::uint64_t* signatures_;
-    std::uint32_t* name_starts_;
+    std::uint64_t* folder_bigrams_;
+    Extension* extensions_;
     FolderRun* runs_;
+    std::uint32_t* name_starts_;
+    std::uint8_t* extension_numbers_;
     char* capitals_;
     char* texts_;
     char* padding_;

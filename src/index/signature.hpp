@@ -19,6 +19,7 @@ inline constexpr unsigned kSignatureBits = 160;
 inline constexpr unsigned kFolderBit = 0;   // the entry is a folder
 inline constexpr unsigned kCapitalBit = 1;  // the name as stored holds a capital
 inline constexpr unsigned kFirstBigramBit = 64;
+inline constexpr unsigned kByteClasses = 64;
 
 namespace detail {
 

@@ -7,6 +7,7 @@
 
 #include "query/entry_bits.hpp"
 #include "query/literal.hpp"
+#include "query/ordered_literals.hpp"
 #include "query/signature_filter.hpp"
 #include "query/subject.hpp"
 
@@ -31,14 +32,21 @@ public:
     void match(Subject& subject, EntryBits& bits, const std::atomic<bool>& cancel) const;
 
 private:
-    bool filter_tells() const;
+    // What of a name may be enough to tell that it matches.
+    enum class Tell { kName, kSignature, kExtension };
+    Tell tell_of(const NameTerms& terms) const;
+    void known_matches(const Shard& shard, EntryBits& bits) const;
+    void keep_extensions(const Shard& shard, EntryBits& bits) const;
     bool matches(std::string_view name) const;
 
-    NameTerms terms_;
     Literal begin_;
+    OrderedLiterals inner_;
     Literal end_;
+    bool is_end_only_;
+    bool match_case_;
     SignatureFilter filter_;
-    bool filter_tells_;  // a name that passes the filter matches
+    Tell tell_;
+    std::string_view extension_part_;  // what an extension has to hold, or to end with
 };
 
 }  // namespace system_search

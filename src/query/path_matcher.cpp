@@ -84,7 +84,7 @@ std::optional<PathMatcher::Rest> PathMatcher::rest_with(std::string_view folder_
 
 void PathMatcher::match(Subject& subject, EntryBits& bits, const std::atomic<bool>& cancel) const {
     const Shard& shard = subject.shard();
-    if (probe_.size() != 0 && probe_.find(shard.folder_texts()) == kNone) {
+    if (no_folder_holds_first_literal(shard)) {
         // Every folder leaves the whole pattern.
         if (rests_[0] && rests_[0]->folder_end.empty()) {
             rests_[0]->names.match(subject, bits, cancel);
@@ -115,6 +115,15 @@ void PathMatcher::match(Subject& subject, EntryBits& bits, const std::atomic<boo
         for (std::uint32_t word = 0; word < shard.words(); ++word) matches[word] |= left[i][word];
     }
     std::copy_n(matches, shard.words(), bits);
+}
+
+bool PathMatcher::no_folder_holds_first_literal(const Shard& shard) const {
+    const std::string_view text = probe_.text();
+    if (text.empty()) return false;
+    for (std::size_t i = 1; i < text.size(); ++i) {
+        if (!shard.folders_hold(text[i - 1], text[i])) return true;
+    }
+    return probe_.find(shard.folder_texts()) == kNone;
 }
 
 // Takes each literal as far to the left as it goes, which leaves the most room to the others. kNone

@@ -41,6 +41,7 @@ private:
     std::optional<Rest> rest_after(std::size_t literals) const;
     std::optional<Rest> rest_of_prefix() const;
     std::optional<Rest> rest_with(std::string_view folder_end, NameTerms terms) const;
+    bool no_folder_holds_first_literal(const Shard& shard) const;
     std::size_t number_of_rest(std::string_view folder) const;
 
     const Pattern& pattern_;
