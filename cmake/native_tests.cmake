@@ -24,16 +24,6 @@ foreach(folder IN LISTS folders)
     DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endforeach()
 
-# The vector code has a plain twin for processors without SSE2, held to the same tests.
-add_executable(plain_text_tests
-  ${PROJECT_SOURCE_DIR}/tests/common/text_test.cpp ${PROJECT_SOURCE_DIR}/src/common/text.cpp)
-target_compile_definitions(plain_text_tests PRIVATE SYSTEM_SEARCH_PLAIN_TEXT)
-target_include_directories(plain_text_tests PRIVATE
-  ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
-target_link_libraries(plain_text_tests PRIVATE warnings gtest_main)
-gtest_discover_tests(plain_text_tests TEST_PREFIX common_plain. DISCOVERY_MODE PRE_TEST
-  DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
-
 # The console host's sources that know neither Windows nor the library.
 file(GLOB console_tests CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/console/*_test.cpp)
 set(console_folder ${PROJECT_SOURCE_DIR}/examples/console)

@@ -4,12 +4,7 @@
 #include <cstring>
 #include <type_traits>
 
-// Every x86-64 processor has SSE2; others take the plain path, which SYSTEM_SEARCH_PLAIN_TEXT
-// selects for a test.
-#if defined(__SSE2__) && !defined(SYSTEM_SEARCH_PLAIN_TEXT)
-#define SYSTEM_SEARCH_SSE2 1
 #include <emmintrin.h>
-#endif
 
 namespace system_search {
 namespace {
@@ -27,7 +22,6 @@ using Width = std::integral_constant<std::size_t, kWidth>;
 template <typename Step>
 inline std::size_t take_blocks(std::size_t size, Step step) noexcept {
     std::size_t offset = 0;
-#if defined(SYSTEM_SEARCH_SSE2)
     const auto take = [&](auto width) {
         for (; size - offset > width; offset += width) {
             const std::size_t taken = step(offset, width);
@@ -38,12 +32,9 @@ inline std::size_t take_blocks(std::size_t size, Step step) noexcept {
     if (size >= 16) return take(Width<16>());
     if (size >= 8) return take(Width<8>());
     if (size >= 4) return take(Width<4>());
-#endif
     while (offset < size && step(offset, Width<1>()) == 1) ++offset;
     return offset;
 }
-
-#if defined(SYSTEM_SEARCH_SSE2)
 
 inline __m128i load_bytes(const char* from, Width<16>) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
@@ -133,8 +124,6 @@ inline std::size_t widen_bytes(const char* from, char16_t* to, Width<kWidth> wid
     return leading_ascii(bytes, kWidth);
 }
 
-#endif  // SYSTEM_SEARCH_SSE2
-
 inline bool is_ascii(char byte) {
     return static_cast<unsigned char>(byte) < 0x80;
 }
@@ -155,9 +144,7 @@ std::size_t skip_ascii(const char* text, std::size_t size) noexcept {
         if constexpr (width == 1) {
             return is_ascii(text[at]) ? 1 : 0;
         } else {
-#if defined(SYSTEM_SEARCH_SSE2)
             return leading_ascii(load_bytes(text + at, width), width);
-#endif
         }
     });
 }
@@ -338,9 +325,7 @@ void replace_backslashes(char* text, std::size_t bytes) noexcept {
         if constexpr (width == 1) {
             if (text[at] == '\\') text[at] = '/';
         } else {
-#if defined(SYSTEM_SEARCH_SSE2)
             store_bytes(slash_bytes(load_bytes(text + at, width)), text + at, width);
-#endif
         }
         return width;
     });
@@ -352,9 +337,7 @@ void fold_into(std::string_view text, char* out) noexcept {
         if constexpr (width == 1) {
             out[at] = fold(in[at]);
         } else {
-#if defined(SYSTEM_SEARCH_SSE2)
             store_bytes(fold_bytes(load_bytes(in + at, width)), out + at, width);
-#endif
         }
         return width;
     });
@@ -367,10 +350,8 @@ bool has_upper_ascii(std::string_view text) noexcept {
             if constexpr (width == 1) {
                 return fold(in[at]) == in[at] ? 1 : 0;
             } else {
-#if defined(SYSTEM_SEARCH_SSE2)
                 const __m128i upper = upper_mask(load_bytes(in + at, width));
                 return leading_zeros(static_cast<unsigned>(_mm_movemask_epi8(upper)), width);
-#endif
             }
         });
     return without != text.size();

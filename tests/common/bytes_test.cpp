@@ -52,5 +52,16 @@ TEST(Bytes, kinds_are_found_anywhere_in_the_text_and_not_behind_it) {
     }
 }
 
+TEST(FindLast, finds_the_last_place_of_a_byte_in_texts_of_every_length) {
+    for (std::size_t bytes = 0; bytes < 60; ++bytes) {
+        std::string text(bytes, 'x');
+        EXPECT_EQ(find_last(text, '/'), std::string::npos) << bytes;
+        for (std::size_t at = 0; at < bytes; ++at) {
+            text[at] = '/';  // and all before it
+            ASSERT_EQ(find_last(text, '/'), at) << bytes;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace system_search

@@ -5,20 +5,11 @@
 
 #include <string>
 
+#include "query/padded_text.hpp"
 #include "query/reference_search.hpp"
 
 namespace system_search {
 namespace {
-
-// A text behind which eight bytes can be read.
-class PaddedText {
-public:
-    explicit PaddedText(const std::string& text) : bytes_(text + std::string(8, '\0')) {}
-    std::string_view view() const { return std::string_view(bytes_).substr(0, bytes_.size() - 8); }
-
-private:
-    std::string bytes_;
-};
 
 TEST(Wildcard, matches_in_two_steps_what_it_matches_in_one) {
     const std::atomic<bool> cancel{false};

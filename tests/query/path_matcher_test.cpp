@@ -1,0 +1,60 @@
+#include "query/path_matcher.hpp"
+
+#include <gtest/gtest.h>
+
+#include "query/matched_names.hpp"
+#include "system_search.h"
+
+namespace system_search {
+namespace {
+
+using Paths = std::vector<std::string>;
+
+Paths matching(const Paths& paths, const char* text, std::uint32_t flags = 0) {
+    const Shard shard = shard_of(paths);
+    const Pattern pattern(text, flags | SS_MATCH_PATH);
+    const PathMatcher matcher(pattern);
+    Subject subject(pattern.match_case);
+    subject.set_shard(shard);
+    const std::atomic<bool> cancel{false};
+    return left_over(shard, [&](EntryBits& bits) { matcher.match(subject, bits, cancel); });
+}
+
+const Paths kPaths = {"c:/src/main.c", "c:/src/main/a", "c:/src/x",   "c:/Src/Main.h",
+                      "d:/main/src",   "src",           "c:/mainsrc", "c:/src/"};
+
+TEST(PathMatcher, literal_lies_in_the_folder_in_the_name_or_across_the_two) {
+    EXPECT_EQ(matching(kPaths, "src/main"),
+              (Paths{"c:/src/main.c", "c:/src/main/a", "c:/Src/Main.h"}));
+    EXPECT_EQ(matching(kPaths, "main"), (Paths{"c:/src/main.c", "c:/src/main/a", "c:/Src/Main.h",
+                                               "d:/main/src", "c:/mainsrc"}));
+    EXPECT_EQ(matching(kPaths, "src/"),
+              (Paths{"c:/src/main.c", "c:/src/main/a", "c:/src/x", "c:/Src/Main.h", "c:/src/"}));
+    EXPECT_EQ(matching(kPaths, "nowhere"), Paths{});
+    EXPECT_EQ(matching(kPaths, "no/where"), Paths{});
+}
+
+TEST(PathMatcher, prefix_may_go_on_in_the_name) {
+    EXPECT_EQ(matching(kPaths, "c:/m*"), Paths{"c:/mainsrc"});
+    EXPECT_EQ(matching(kPaths, "s*"), Paths{"src"});
+    EXPECT_EQ(matching(kPaths, "c:/src/m*"),
+              (Paths{"c:/src/main.c", "c:/src/main/a", "c:/Src/Main.h"}));
+}
+
+TEST(PathMatcher, suffix_may_begin_in_the_folder) {
+    EXPECT_EQ(matching(kPaths, "*/src"), Paths{"d:/main/src"});
+    EXPECT_EQ(matching(kPaths, "*n/src"), Paths{"d:/main/src"});
+    EXPECT_EQ(matching(kPaths, "*/src/"), Paths{"c:/src/"});
+    EXPECT_EQ(matching(kPaths, "*main*/a"), Paths{"c:/src/main/a"});
+    EXPECT_EQ(matching(kPaths, "*main.c*/a"), Paths{});
+}
+
+TEST(PathMatcher, sees_what_was_stored_where_case_matters) {
+    EXPECT_EQ(matching(kPaths, "Src/M", SS_MATCH_CASE), Paths{"c:/Src/Main.h"});
+    EXPECT_EQ(matching(kPaths, "src/main", SS_MATCH_CASE),
+              (Paths{"c:/src/main.c", "c:/src/main/a"}));
+    EXPECT_EQ(matching(kPaths, "SRC", SS_MATCH_CASE), Paths{});
+}
+
+}  // namespace
+}  // namespace system_search
