@@ -148,7 +148,18 @@ void ResultList::change_rows(const std::vector<std::string_view>& before, const 
     if (selected != was.selected || focused != was.focused) select(selected, focused);
     if (count > 0) scroll_to(top);
     if (moves) SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
-    InvalidateRect(list_, nullptr, FALSE);
+    if (is_new || moves || !shows_same(before, now)) InvalidateRect(list_, nullptr, FALSE);
+}
+
+/* The rows on the screen are as they were, and only more are held below them. */
+bool ResultList::shows_same(const std::vector<std::string_view>& before,
+                            const std::vector<std::string_view>& now) const {
+    const auto first = static_cast<std::size_t>(std::max(0, ListView_GetTopIndex(list_)));
+    const std::size_t end = first + visible_rows();
+    if (end > before.size() || before.size() >= now.size()) return false;
+    return std::equal(before.begin() + static_cast<std::ptrdiff_t>(first),
+                      before.begin() + static_cast<std::ptrdiff_t>(end),
+                      now.begin() + static_cast<std::ptrdiff_t>(first));
 }
 
 void ResultList::select(const std::vector<std::uint32_t>& rows,
@@ -172,7 +183,7 @@ void ResultList::scroll_to(std::uint32_t top) {
 }
 
 std::uint32_t ResultList::visible_rows() const {
-    constexpr std::uint32_t kSpare = 8;  // a little may be scrolled or enlarged before the thousand
+    constexpr std::uint32_t kSpare = 2;  // the last row may be cut
     return static_cast<std::uint32_t>(std::max(0, ListView_GetCountPerPage(list_))) + kSpare;
 }
 

@@ -39,7 +39,7 @@ public:
     /* Nothing any more: before the library goes. */
     void close();
 
-    /* Rows that fit into the list, and a few. */
+    /* Rows that fit into the list. */
     std::uint32_t visible_rows() const;
     const Order& order() const { return order_; }
 
@@ -69,6 +69,8 @@ private:
     void sort();
     void change_rows(const std::vector<std::string_view>& before, const Kept& was, bool is_new,
                      std::uint32_t count);
+    bool shows_same(const std::vector<std::string_view>& before,
+                    const std::vector<std::string_view>& now) const;
     void select(const std::vector<std::uint32_t>& rows, std::optional<std::uint32_t> focused);
     void scroll_to(std::uint32_t top);
     void show_order() const;

@@ -32,8 +32,8 @@ class SearchPlan {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /* Typing pauses when no key has come for this long. */
-    static constexpr std::chrono::milliseconds kPause{150};
+    /* Typing pauses when no key has come for this long; most keys come sooner. */
+    static constexpr std::chrono::milliseconds kPause{250};
     /* While the disk is read, the growing index is asked again no sooner than this. */
     static constexpr std::chrono::milliseconds kRest{250};
 
