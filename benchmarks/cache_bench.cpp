@@ -101,8 +101,8 @@ namespace {
 constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
 constexpr int kRuns = 15;
 constexpr std::string_view kScope = "C:/";
-constexpr double kLoadAim = 2.5;
-constexpr double kSaveAim = 1.4;
+constexpr double kLoadAim = 1.4;
+constexpr double kSaveAim = 1.2;
 
 void require(bool holds, const char* what) {
     if (holds) return;

@@ -94,7 +94,7 @@ inline ByteKinds byte_kinds_padded(const char* text, std::size_t bytes) {
     return {nuls != 0, highs != 0};
 }
 
-// Asks the memory for bytes that will be read soon. Any address will do.
+// Prefetches bytes that will be read soon. Any address will do.
 inline void prefetch_bytes(const void* from, std::size_t bytes) {
     constexpr std::size_t kLine = 64;
     const char* const first = static_cast<const char*>(from);

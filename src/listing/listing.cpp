@@ -106,7 +106,7 @@ private:
     std::u16string wide_path_;    // the folder, as the system reads what the host gave
     std::size_t folder_units_ = 0;
     std::string utf8_prefix_;  // the folder as entries hold it, closed by a separator
-    platform::Child child_;    // the child in hand
+    platform::Child child_;    // the current child
     ChildName name_;
 };
 

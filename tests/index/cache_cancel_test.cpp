@@ -1,5 +1,5 @@
-// Where a cancelled load and a cancelled save stop: a load behind the record in hand, a save behind
-// the shard in hand.
+// Where a cancelled load and a cancelled save stop: a load behind the current record, a save behind
+// the current shard.
 #include <atomic>
 
 #include "index/cache_bytes.hpp"

@@ -38,7 +38,6 @@ TEST_F(CacheOddPaths, without_a_separator_closed_by_one_doubled_and_in_any_order
                        {"C:/closed/", 2},
                        {"C:/closed/", 1},
                        {"C://doubled//NAME", 1},
-                       {"//", 1},
                        {"z:/Z/", 2},
                        {"C:/", 2},
                        {"//Server//", 1},

@@ -136,7 +136,7 @@ TEST(Scan, agrees_with_the_reference_over_all_small_paths_and_stars) {
     }
 }
 
-// Dots are known by their places and by the endings that they begin, both of which have limits: of
+// Dots begin extensions, which have their limits: of
 // 8 bytes, of ASCII, of the kept case.
 TEST(Scan, agrees_with_the_reference_over_all_small_names_and_dots) {
     std::vector<Entry> entries;
@@ -162,8 +162,8 @@ TEST(Scan, agrees_with_the_reference_over_all_small_names_and_dots) {
     }
 }
 
-// More endings than a shard numbers.
-TEST(Scan, agrees_with_the_reference_on_very_many_endings) {
+// More extensions than a shard numbers.
+TEST(Scan, agrees_with_the_reference_on_very_many_extensions) {
     std::vector<Entry> entries;
     for (int i = 0; i < 3000; ++i) {
         entries.emplace_back("C:/name" + std::to_string(i) + "." + std::to_string(i % 700), 1);
