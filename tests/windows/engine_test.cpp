@@ -164,6 +164,7 @@ TEST_F(EngineTest, slashes_and_dots_in_the_scope_vanish_from_the_paths) {
 // ---- Restarting ---------------------------------------------------------------------------------
 
 TEST_F(EngineTest, ready_and_failed_lead_to_a_new_build) {
+    NEEDS_PREPARED("SS_PREPARED");
     make_files("tree", 3);
     const EngineStatus ready{SS_ENGINE_READY, 3, 0, 0, 0};
     const auto restart = [&] {
