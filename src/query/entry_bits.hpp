@@ -57,7 +57,8 @@ void keep_if(EntryBits& bits, std::uint32_t first, std::uint32_t end,
 }
 
 // Clears the bits of a shard for whose entries `keep`, which looks at the name, is false. The
-// names are prefetched: those left by a filter lie too far apart for the processor to guess. Stops when cancelled: the bits then mean nothing.
+// names are prefetched: those left by a filter lie too far apart for the processor to guess.
+// Stops when cancelled: the bits then mean nothing.
 template <typename Keep>
 void keep_names_if(const Shard& shard, EntryBits& bits, const std::atomic<bool>& cancel,
                    Keep keep) {

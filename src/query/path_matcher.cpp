@@ -1,6 +1,7 @@
 #include "query/path_matcher.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 #include "common/text.hpp"
 
@@ -95,7 +96,7 @@ void PathMatcher::match(Subject& subject, EntryBits& bits, const std::atomic<boo
     }
 
     EntryBits left[Pattern::kMostLiterals + 2];  // for each rest the entries of its folders
-    for (std::size_t i = 0; i < rests_.size(); ++i) std::fill_n(left[i], shard.words(), 0);
+    std::memset(left, 0, rests_.size() * sizeof(EntryBits));
     for (const FolderRun& run : shard.runs()) {
         if (cancel) return;
         const std::size_t rest = number_of_rest(subject.folder(run));

@@ -42,9 +42,8 @@ void set_bits_of_kind(const Shard& shard, std::uint32_t kind, EntryBits& bits) {
         bits[word] = kind == SS_KIND_ANY      ? ~std::uint64_t{0}
                      : kind == SS_KIND_FOLDER ? folders[word]
                                               : ~folders[word];
-    }
-    if (shard.size() % 64 != 0) {
-        bits[shard.words() - 1] &= ~(~std::uint64_t{0} << shard.size() % 64);
+        const std::uint32_t entries = shard.size() - word * 64;
+        if (entries < 64) bits[word] &= ~(~std::uint64_t{0} << entries);
     }
 }
 

@@ -106,7 +106,7 @@ TEST_F(ListingTest, children_are_held_in_shards_of_1024) {
         const std::u16string folder = u"C:\\" + wide_from_utf8(std::to_string(children));
         add_generated_folder(folder, numbered_files(children));
         Query query;
-        run_listing({&query, utf8_from_wide(folder), "", 0, 0, 10});
+        run_listing({&query, utf8_from_wide(folder), {"", 0, 0, 10}});
         EXPECT_EQ(query.state, SS_QUERY_DONE);
         EXPECT_EQ(query.index_entries, children);
         EXPECT_EQ(query.matched, children);
@@ -352,7 +352,7 @@ TEST_F(ListingTest, failing_advance_fails_whatever_was_read_before) {
         expect_failed("C:/top");
 
         Query query;
-        run_listing({&query, "C:/top", "", 0, 0, 10});
+        run_listing({&query, "C:/top", {"", 0, 0, 10}});
         EXPECT_TRUE(query.shards.empty()) << "there are no partial results";
     }
     NodeFaults end;
@@ -413,7 +413,7 @@ TEST_F(ListingTest, cancelled_listing_publishes_nothing_and_does_not_search) {
     for (const char16_t* const name : {u"C:\\top\\a", u"C:\\top\\b", u"C:\\top\\c"}) add_file(name);
     Query query;
     on_child(u"C:\\top", 2, [&] { query.cancel = true; });
-    run_listing({&query, "C:/top", "", 0, 0, 10});
+    run_listing({&query, "C:/top", {"", 0, 0, 10}});
     EXPECT_EQ(query.state, SS_QUERY_CANCELLED);
     EXPECT_TRUE(query.shards.empty());
     EXPECT_EQ(query.index_entries, 2u) << "the third child was met, but not looked at";
