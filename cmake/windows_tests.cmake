@@ -78,3 +78,11 @@ foreach(script IN LISTS script_files)
   add_test(NAME ${folder}.${name} COMMAND bash ${script})
   set_up_windows_test(${folder}.${name})
 endforeach()
+
+# The tests of the window drive the real program and look at it through this one.
+file(GLOB probe_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/window/*.cpp)
+add_executable(window_probe ${probe_sources})
+target_compile_definitions(window_probe PRIVATE
+  UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
+target_link_libraries(window_probe PRIVATE ntdll warnings)
+target_link_options(window_probe PRIVATE -static -municode)

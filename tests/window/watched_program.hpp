@@ -1,0 +1,62 @@
+// A program under test, and what its window shows, read through the window's own messages.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+class WatchedProgram {
+public:
+    /// Starts the program; `command` as a user would type it. Throws when it does not start.
+    explicit WatchedProgram(const std::wstring& command);
+    ~WatchedProgram();
+    WatchedProgram(const WatchedProgram&) = delete;
+    WatchedProgram& operator=(const WatchedProgram&) = delete;
+
+    /// "running", "shown" once the main window is visible, or "ended CODE".
+    std::string state() const;
+    DWORD process_number() const { return number_; }
+    HANDLE process() const { return process_; }
+
+    /// The functions below throw when there is no main window, or it does not answer.
+    HWND main_window() const;
+    HWND control(int number) const;
+
+    std::wstring title() const;
+    std::wstring text(int control_number) const;
+    std::wstring status(int part) const;
+    int count() const;
+    std::wstring cell(int row, int column) const;
+    std::vector<int> selected() const;
+    int focused_row() const;
+    int first_row_in_view() const;
+    int rows_in_view() const;
+    int column_width(int column) const;
+    bool checked(int control_number) const;
+    std::wstring choice(int control_number) const;
+    std::vector<std::wstring> choices(int control_number) const;
+    /// The control that has the keyboard, 0 when it is another window's.
+    int focus() const;
+    RECT place() const;
+    RECT place_of(int control_number) const;
+    RECT place_of_row(int row) const;
+    RECT place_of_column(int column) const;
+    int font_height(int control_number) const;
+    /// The texts of a box that the program has opened, the title first; empty when there is none.
+    std::vector<std::wstring> box() const;
+
+    void ask_to_close() const;
+    void change_dpi(int dpi) const;
+    void place_at(int x, int y, int width, int height) const;
+    void choose(int control_number, int index) const;
+    void end() const;
+
+private:
+    LRESULT send(HWND window, UINT message, WPARAM wparam, LPARAM lparam) const;
+    std::wstring window_text(HWND window) const;
+    RECT remote_rectangle(HWND window, UINT message, WPARAM wparam, RECT start) const;
+
+    HANDLE process_ = nullptr;
+    DWORD number_ = 0;
+};
