@@ -250,10 +250,8 @@ RECT WatchedProgram::place_of_column(int column) const {
     return remote_rectangle(header, HDM_GETITEMRECT, static_cast<WPARAM>(column), {});
 }
 
-int WatchedProgram::font_height(int control_number) const {
-    // The height of a row of text as the control lays it out: a font's handle tells nothing here.
-    const RECT rectangle = place_of(control_number);
-    return static_cast<int>(rectangle.bottom - rectangle.top);
+std::size_t WatchedProgram::number_on_screen() const {
+    return reinterpret_cast<std::size_t>(GetPropW(main_window(), L"__wine_x11_whole_window"));
 }
 
 std::vector<std::wstring> WatchedProgram::box() const {

@@ -42,7 +42,8 @@ public:
     RECT place_of(int control_number) const;
     RECT place_of_row(int row) const;
     RECT place_of_column(int column) const;
-    int font_height(int control_number) const;
+    /// The number by which the X server knows the main window, under Wine.
+    std::size_t number_on_screen() const;
     /// The texts of a box that the program has opened, the title first; empty when there is none.
     std::vector<std::wstring> box() const;
 

@@ -9,7 +9,7 @@
 //   forget                  end the program, whatever it does
 //   state title status text count row rows selected focused top visible width checked choice
 //   choices focus place place_of place_of_row place_of_column box handles clipboard
-//   close dpi put choose opened
+//   close dpi put choose opened windows drop_target dropped x_window
 #include <windows.h>
 // After windows.h.
 #include <fcntl.h>
@@ -27,6 +27,7 @@
 #include <string_view>
 #include <vector>
 
+#include "drop_target.hpp"
 #include "process_objects.hpp"
 #include "watched_program.hpp"
 
@@ -60,6 +61,25 @@ std::string one_line(std::string text) {
         if (character == '\n' || character == '\r') character = ' ';
     }
     return text;
+}
+
+BOOL CALLBACK describe(HWND window, LPARAM parameter) {
+    if (!IsWindowVisible(window)) return TRUE;
+    wchar_t window_class[64] = {};
+    wchar_t title[256] = {};
+    GetClassNameW(window, window_class, static_cast<int>(std::size(window_class)));
+    // Not by a message: a window that does not answer shall not stop the probe.
+    InternalGetWindowText(window, title, static_cast<int>(std::size(title)));
+    reinterpret_cast<Lines*>(parameter)->push_back(
+        one_line(narrow(window_class) + '\t' + narrow(title)));
+    return TRUE;
+}
+
+// The windows of all programs that are on the screen.
+Lines windows() {
+    Lines lines;
+    EnumWindows(describe, reinterpret_cast<LPARAM>(&lines));
+    return lines;
 }
 
 Lines narrow_all(const std::vector<std::wstring>& texts) {
@@ -129,8 +149,16 @@ public:
             programs_.erase(current_);
             return {};
         }
+        if (verb == "dropped") return narrow_all(dropped_files());
+        if (verb == "windows") return windows();
         if (verb == "clipboard") return clipboard();
         if (verb == "opened") return opened(rest(words));
+        if (verb == "drop_target") {
+            RECT place{};
+            words >> place.left >> place.top >> place.right >> place.bottom;
+            open_drop_target(place);
+            return {};
+        }
         return about_program(verb, words);
     }
 
@@ -190,6 +218,7 @@ private:
         if (verb == "place_of_row") return {as_text(watched.place_of_row(number()))};
         if (verb == "place_of_column") return {as_text(watched.place_of_column(number()))};
         if (verb == "box") return narrow_all(watched.box());
+        if (verb == "x_window") return {std::to_string(watched.number_on_screen())};
         if (verb == "handles") return handles(watched);
         return change(verb, watched, number);
     }

@@ -1,0 +1,77 @@
+#!/usr/bin/env bash
+# What can be done with a result: open it, show it, copy it, drag it out, by keys and by the mouse;
+# and names that are hard to show.
+set -euo pipefail
+# shellcheck source=tests/window/session.sh
+source "$(dirname "${BASH_SOURCE[0]}")/session.sh"
+start_session
+
+tree=$scratch/disk
+mkdir -p "$tree/papers" "$tree/names"
+touch "$tree/papers/"{alpha,beta,gamma}.sstest "$tree/papers/delta.unknown"
+long=$(printf 'n%.0s' {1..251}).txt
+hebrew=$'\u05d3\u05d5\u05d7 \u05e9\u05e0\u05ea\u05d9.txt'
+emoji=$'party \U1F389\U1F468\u200D\U1F469\u200D\U1F467.txt'
+touch "$tree/names/$long" "$tree/names/$hebrew" "$tree/names/$emoji"
+deep=$tree/names/$(printf 'd%.0s' {1..200})/$(printf 'e%.0s' {1..200})
+mkdir -p "$deep"
+touch "$deep/bottom.txt"
+disk=$(windows_path "$tree")
+papers=${disk//\\/\\\\}\\\\papers
+
+# The program that opens documents is the probe, which notes what it has been given.
+record=$scratch/opened
+class='HKCU\Software\Classes'
+"$SS_WINE" reg add "$class\\.sstest" /ve /d SystemSearchTest /f >"$scratch/reg.log"
+"$SS_WINE" reg add "$class\\SystemSearchTest\\shell\\open\\command" /ve /f /d \
+    "\"$(windows_path "$SS_BIN/window_probe.exe")\" --opened \"$(windows_path "$record")\" \"%1\"" \
+    >>"$scratch/reg.log"
+opened() { probe opened "$(windows_path "$record")"; }
+
+open a --scope "$disk"
+check "the disk is read" 'Names of today, .*' status 1
+
+search_for sstest
+check "three documents are found" '3 of .*' status 0
+keys Down Return
+check "Enter opens the selected result" "$papers\\\\alpha.sstest" \
+    opened "$(windows_path "$record")"
+rm "$record"
+probe place_of_row 2
+read -r x y width height <<<"$answer"
+xdotool mousemove $((x + width / 4)) $((y + height / 2)) click --repeat 2 --delay 20 1
+check "a double click opens the result under it" "$papers\\\\gamma.sstest" \
+    opened "$(windows_path "$record")"
+rm "$record"
+
+# Several at once.
+click place_of_row 0
+keys shift+Down shift+Down
+check "Shift selects several rows" '0 1 2' selected
+keys Return
+check "Enter opens all of them" \
+    "($papers\\\\(alpha|beta|gamma).sstest\n?){3}" opened "$(windows_path "$record")"
+
+# Copies.
+click place_of_row 1
+keys ctrl+shift+c
+check "the path is copied" "$papers\\\\beta.sstest" clipboard
+keys shift+Down
+check "two rows are selected" '1 2' selected
+keys ctrl+shift+c
+check "the paths of several rows are copied, one a line" \
+    "$papers\\\\beta.sstest\n$papers\\\\gamma.sstest" clipboard
+
+# Hard names.
+search_for "$hebrew"
+check "a right-to-left name shows whole" "$hebrew\t.*" row 0
+search_for party
+check "emoji show whole" "$emoji\t.*" row 0
+search_for nnnnn
+check "a name of 255 units shows whole" "$long\t.*" row 0
+search_for bottom
+check "a folder of more than 400 units shows whole" \
+    "bottom.txt\t.*\\\\d{200}\\\\e{200}\t.*" row 0
+
+close_window a "the window closes"
+finish

@@ -1,0 +1,142 @@
+#!/usr/bin/env bash
+# Typing into the window while the disk is read and afterwards: what the list and the status say,
+# what stays where it is, and that a thousand keys leave nothing behind.
+set -euo pipefail
+# shellcheck source=tests/window/session.sh
+source "$(dirname "${BASH_SOURCE[0]}")/session.sh"
+start_session
+
+# 60 folders of 500 files, "item-00-000.txt" to "item-59-499.txt", and one file beside them.
+folders=60
+for ((i = 0; i < folders; ++i)); do
+    folder=$(printf '%s/disk/folder-%02d' "$scratch" "$i")
+    mkdir "$folder"
+    touch "$folder/item-$(printf '%02d' "$i")-"{000..499}.txt
+done
+printf '%1536s' '' >"$scratch/disk/Zebra Report.txt"
+touch -d '2024-05-01 05:34:56 UTC' "$scratch/disk/Zebra Report.txt"
+shown_names=30,061  # 60 folders with 500 files each, and one file
+disk=$(windows_path "$scratch/disk")
+
+# While the disk is read. A folder costs 300 ms, so that reading all of them takes 18 s.
+slow 300
+open a --scope "$disk"
+check "the title names the scope" "System Search - ${disk//\\/\\\\}" title
+check "the status counts the names while the disk is read" \
+    'Reading the disk: [1-9][0-9,]* names' status 1
+type_text item
+check "results appear while the disk is read" '[1-9][0-9]*' count
+check "the disk is still being read then" 'Reading the disk: .*' status 1
+probe status 0
+first=$answer
+check "results go on to appear without a key" "(?!$first$).*of.*[0-9].*" status 0
+check "the disk is still being read even then" 'Reading the disk: .*' status 1
+
+# What the user points at stays while results come in before and after it. The list is scrolled
+# down to a row that is selected; the program may have to scroll to keep it in its place.
+search_for '*99.txt'
+check "another text finds others while the disk is read" 'item-[0-9]*99.txt.*' row 0
+keys Down Down Down Down Down
+check "the arrow keys select in the list" '[1-9][0-9]*' selected
+probe selected
+probe row "$answer"
+chosen=${answer%%$'\t'*}
+probe status 0
+first=$answer
+check "results grow below a selection" "(?!$first$).*of.*" status 0
+probe selected
+probe row "${answer:-0}"
+same "the selection stays with its name while results grow" "$chosen" "${answer%%$'\t'*}"
+check "the disk was still being read" 'Reading the disk: .*' status 1
+
+quick
+check "the status tells when all names are read" \
+    'Names of today, [0-9:]+( [AP]M)?' status 1
+check "the list then shows the final number" \
+    "300 of $shown_names names, [0-9.,]+ ms" status 0
+check "every one of them is a row" 300 count
+probe selected
+probe row "${answer:-0}"
+same "the selection has stayed to the end" "$chosen" "${answer%%$'\t'*}"
+
+# A loaded disk.
+search_for zebra
+check "one result is counted among all names" "1 of $shown_names names, [0-9.,]+ ms" status 0
+check "a row tells name, folder, size and time" \
+    "Zebra Report.txt\t${disk//\\/\\\\}\t[^\t]*(1.5|1,5|2|1,536)[^\t]*\t[^\t]*2:34[^\t]*" row 0
+search_for 'no such name'
+check "nothing found is told as well" "0 of $shown_names names, [0-9.,]+ ms" status 0
+check "the list is empty then" 0 count
+keys Escape
+check "Esc empties the box" '' text $box
+check "an empty text finds every name" \
+    "The first 1000 of $shown_names\. Type more to narrow them down\." status 0
+search_for 'folder-07\item-07-12'
+check "a backslash means a slash, and a path is searched for what it says" '[0-9]+' count
+
+# Switches.
+search_for 'ZEBRA'
+check "letters match in either case" '1 of .*' status 0
+click place_of $match_case
+check "match case holds back the other case" '0 of .*' status 0
+click place_of $match_case
+check "without match case it is back" '1 of .*' status 0
+search_for 'folder-03'
+check "a name is searched without its folder" '1 of .*' status 0
+click place_of $whole_path
+check "the whole path is searched when asked" '501 of .*' status 0
+probe choose $kind 2
+check "only folders are shown when asked" '1 of .*' status 0
+probe choose $kind 1
+check "only files are shown when asked" '500 of .*' status 0
+probe choose $kind 0
+click place_of $whole_path
+check "all kinds are back" '1 of .*' status 0
+
+# Columns.
+search_for 'item-05-'
+check "five hundred are found" '500 of .*' status 0
+check "they come in the order of their names" 'item-05-000.txt.*' row 0
+click place_of_column 0
+click place_of_column 0
+check "a column clicked again sorts the other way" 'item-05-499.txt.*' row 0
+search_for 'item-0'
+check "the status tells that only the rows held are sorted" \
+    'The first 1000 of 5000, sorted among themselves\. Type more to narrow them down\.' status 0
+
+# The disk read anew in the midst of typing.
+click place_of $box
+search_for ''
+for letter in i t e m - 0 3 - 4 9; do
+    type_text "$letter"
+    [[ $letter != [em0-] ]] || keys F5
+done
+check "F5 in the midst of typing loses no letter" 'item-03-49' text $box
+check "and the answer is right" "10 of $shown_names names.*" status 0
+touch "$scratch/disk/item-03-49 new.txt"
+keys F5
+check "F5 finds what is new" '11 of .*' status 0
+
+# Everything that a key costs is given back. The first hundred keys fill what is kept for good.
+key_delay_ms=3
+hundred=$(printf 'item-03-%.0s' {1..10})
+hundred=${hundred:0:50}
+press_hundred() {
+    type_text "$hundred"
+    keys --repeat 50 --delay 3 BackSpace
+}
+settle() {
+    search_for item-07-1
+    check "$1" '100 of .*' status 0
+}
+press_hundred
+settle "the window answers after a hundred keys"
+probe handles || fail "handles are counted" "$answer"
+before=$answer
+for ((i = 0; i < 10; ++i)); do press_hundred; done
+settle "the window answers after a thousand keys"
+# The last query's thread and the probe's own menus may still be going.
+check "a thousand keys leave no GDI, USER or kernel object" "$before" handles
+
+close_window a "the window closes"
+finish
