@@ -74,9 +74,69 @@ check "the other window has read the disk anew" 'Names of today, [^.]*' status 1
 probe use one
 check "the one window has read the disk anew" 'Names of today, [^.]*' status 1
 touch "$tree/brand new.txt"
-for name in one two; do
-    probe use $name
-    pid=$(xdotool search --onlyvisible --class . 2>/dev/null | head -1) || true
-    check "$name is there" shown state
+for each in one two; do
+    come_forward $each
+    search_for brand
+    check "window $each searches" '[01] of .*' status 0
+    keys F5
+    check "window $each finds what is new" '1 of 10,041 names.*' status 0
 done
+same "both windows keep one cache" 1 "$(find "$settings" -name '*.index' | wc -l)"
+probe close
+ends "one of two windows ends"
+probe use one
+check "the other one is still searched" '1 of 10,041 names.*' status 0
+
+# Its place and size, and what is chosen in it, are there again.
+probe put 140 90 700 420
+probe choose $kind 1
+click place_of $match_case
+check "match case is on" yes checked $match_case
+xdotool search --sync --onlyvisible --name 'System Search' >"$scratch/windows"
+probe place
+place=$answer
+same "the window is where it was put" '140 90 700 420' "$place"
+probe width 0
+width=$answer
+probe place_of_column 0
+read -r x y column_width height <<<"$answer"
+xdotool mousemove $((x + column_width - 1)) $((y + height / 2)) mousedown 1 \
+    mousemove_relative 20 0 mousemove_relative 20 0 mouseup 1
+check "a column is dragged wider" "(?!$width$)[0-9]+" width 0
+probe width 0
+width=$answer
+probe close
+ends "the window with all that ends"
+begin again
+need "it opens again" shown state
+check "where it was" "$place" place
+check "with the kind of before" Files choice $kind
+check "with the case of before" yes checked $match_case
+check "with the column of before" "$width" width 0
+check "with the names of before" 'Names of today, .*' status 1
+
+# Resizing and other screens.
+come_forward again
+search_for item-1
+check "it searches as before" 'The first 1000 of 2,?775\. .*' status 0
+for size in '1200 700' '300 200' '130 60' '820 520'; do
+    read -r x y <<<"$size"
+    probe put 20 20 "$x" "$y"
+    check "it answers at $size" 1000 count
+done
+check "the list is as wide as the window" '[0-9]+ [0-9]+ 8[0-9]{2} [0-9]+' place_of $list
+probe place_of $box
+read -r _ _ _ height <<<"$answer"
+for dpi in 144 192 96; do
+    probe dpi $dpi || fail "it takes $dpi dots per inch" "$answer"
+    check "it shows its rows at $dpi dots per inch" 'item-.*' row 0
+    probe place_of $box
+    read -r _ _ _ now <<<"$answer"
+    checks=$((checks + 1))
+    if ((now * 96 < height * dpi * 8 / 10 || now * 96 > height * dpi * 12 / 10)); then
+        fail "the box has the height for $dpi dots per inch" "$height at 96, $now at $dpi"
+    fi
+done
+probe close
+ends "it ends after all that"
 finish

@@ -9,7 +9,9 @@ SRWLOCK lock = SRWLOCK_INIT;
 std::vector<std::wstring> dropped;  // guarded by `lock`
 HANDLE opened;
 
-class FilesWanted : public IDropTarget {
+// The system's interfaces have no destructors, and this object is never destroyed.
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+class FilesWanted final : public IDropTarget {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** out) override {
         const bool known = IsEqualIID(wanted, IID_IUnknown) || IsEqualIID(wanted, IID_IDropTarget);

@@ -26,7 +26,6 @@ class='HKCU\Software\Classes'
 "$SS_WINE" reg add "$class\\SystemSearchTest\\shell\\open\\command" /ve /f /d \
     "\"$(windows_path "$SS_BIN/window_probe.exe")\" --opened \"$(windows_path "$record")\" \"%1\"" \
     >>"$scratch/reg.log"
-opened() { probe opened "$(windows_path "$record")"; }
 
 open a --scope "$disk"
 check "the disk is read" 'Names of today, .*' status 1
@@ -62,7 +61,26 @@ keys ctrl+shift+c
 check "the paths of several rows are copied, one a line" \
     "$papers\\\\beta.sstest\n$papers\\\\gamma.sstest" clipboard
 
+# Dragged out, onto another window.
+click place_of_row 0
+check "one row is selected" 0 selected
+probe drop_target 900 600 1200 780
+probe place_of_row 0
+read -r x y width height <<<"$answer"
+xdotool mousemove $((x + 20)) $((y + height / 2)) mousedown 1
+for step in {1..8}; do
+    xdotool mousemove $((x + 20 + (1050 - x) * step / 8)) $((y + (690 - y) * step / 8))
+done
+xdotool mouseup 1
+check "a row is dragged out as a file" "$papers\\\\alpha.sstest" dropped
+
+# Shown in its folder by the system's explorer.
+probe focus
+keys ctrl+Return
+check "Ctrl+Enter shows the result in its folder" '(.|\n)*ExplorerWClass\t[^\n]*papers(.|\n)*' windows
+
 # Hard names.
+come_forward a
 search_for "$hebrew"
 check "a right-to-left name shows whole" "$hebrew\t.*" row 0
 search_for party

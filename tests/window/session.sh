@@ -1,8 +1,8 @@
+#!/usr/bin/env bash
 # Functions for tests that drive the real program as a person would: a screen of its own, a window
 # manager, the system that runs the program, and a probe that looks at its window. To be sourced;
 # everything is taken down when the script ends. A script says what it expects with `check`, and
 # ends with `finish`.
-# shellcheck shell=bash
 set -euo pipefail
 export LC_ALL=C.UTF-8 TZ=JST-9
 # shellcheck disable=SC2034  # for the tests
@@ -132,6 +132,13 @@ close_window() {
     probe close || fail "$2" "$answer"
     check "$2" 'ended 0' state
     probe forget || true
+}
+
+# come_forward NAME: keys go to that program's window from now on.
+come_forward() {
+    probe use "$1"
+    probe x_window && xdotool windowactivate "$answer"
+    check "the window of $1 comes forward" "$box" focus
 }
 
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
