@@ -1,14 +1,18 @@
-# Every target is the script of that name; `make` builds build/windows/bin/system_search.dll.
+# Every target is the script of that name, `picture` two; `make` builds build/windows/bin/system_search.dll.
 dll:
 	scripts/setup
 	scripts/build windows
 
-demo test bench sanitize fuzz soak lint package windows-kit docs picture coverage:
+demo test bench sanitize fuzz soak lint package windows-kit docs coverage:
 	scripts/$@
 
 # make repeat N=50
 repeat:
 	scripts/repeat $(N)
+
+picture:
+	scripts/picture
+	scripts/picture-window
 
 format:
 	scripts/setup lint

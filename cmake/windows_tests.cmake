@@ -84,5 +84,6 @@ file(GLOB probe_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/window/*.c
 add_executable(window_probe ${probe_sources})
 target_compile_definitions(window_probe PRIVATE
   UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
-target_link_libraries(window_probe PRIVATE ntdll ole32 uuid shell32 warnings)
+target_link_libraries(window_probe PRIVATE
+  ntdll ole32 oleaut32 oleacc uuid shell32 warnings)
 target_link_options(window_probe PRIVATE -static -municode)

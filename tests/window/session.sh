@@ -10,7 +10,7 @@ box=1001 list=1002 bar=1003 scope=1004 kind=1005 match_case=1006 whole_path=1007
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 program=$SS_BIN/system-search-window.exe
-export WINEPREFIX=$SS_BIN/../wine_window
+export WINEPREFIX=${SS_WINDOW_PREFIX:-$SS_BIN/../wine_window}
 scratch=$(mktemp -d /tmp/ss-window.XXXXXX)
 gate=$scratch/gate
 failures=0
@@ -42,7 +42,7 @@ start_screen() {
     Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$scratch/display" \
         2>"$scratch/xvfb.log" &
     children+=("$!")
-    until number=$(cat "$scratch/display") && [[ -n $number ]]; do
+    until number=$(cat "$scratch/display" 2>/dev/null) && [[ -n $number ]]; do
         kill -0 "${children[0]}" || { cat "$scratch/xvfb.log" >&2; exit 1; }
         sleep 0.02
     done
@@ -64,9 +64,9 @@ start_session() {
     start_screen
     stop_server -k  # one of an earlier run would show its windows on a screen that is gone
     stop_server -w
-    "$SS_WINE"
     gcc -shared -fPIC -O1 -o "$scratch/slow_disk.so" "$here/slow_disk.c" -ldl
     mkdir -p "$scratch/disk"
+    "$SS_WINE"
     coproc PROBE {
         LD_PRELOAD=$scratch/slow_disk.so SS_SLOW_TREE=$scratch/disk SS_SLOW_GATE=$gate \
             "$SS_WINE" "$SS_BIN/window_probe.exe" 2>"$scratch/probe.log"

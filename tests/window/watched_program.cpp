@@ -1,6 +1,7 @@
 #include "watched_program.hpp"
 
 #include <commctrl.h>
+#include <oleacc.h>
 
 #include <stdexcept>
 #include <utility>
@@ -252,6 +253,24 @@ RECT WatchedProgram::place_of_column(int column) const {
 
 std::size_t WatchedProgram::number_on_screen() const {
     return reinterpret_cast<std::size_t>(GetPropW(main_window(), L"__wine_x11_whole_window"));
+}
+
+std::wstring WatchedProgram::spoken_name(int control_number) const {
+    CoInitialize(nullptr);
+    IAccessible* object = nullptr;
+    void** const out = reinterpret_cast<void**>(&object);
+    HRESULT result = AccessibleObjectFromWindow(
+        control(control_number), static_cast<DWORD>(OBJID_CLIENT), __uuidof(IAccessible), out);
+    if (FAILED(result)) throw std::runtime_error("the control is hidden from screen readers");
+    VARIANT self{};
+    self.vt = VT_I4;
+    self.lVal = CHILDID_SELF;
+    BSTR name = nullptr;
+    result = object->get_accName(self, &name);
+    std::wstring text = SUCCEEDED(result) && name != nullptr ? name : L"";
+    SysFreeString(name);
+    object->Release();
+    return text;
 }
 
 std::vector<std::wstring> WatchedProgram::box() const {

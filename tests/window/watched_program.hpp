@@ -44,6 +44,8 @@ public:
     RECT place_of_column(int column) const;
     /// The number by which the X server knows the main window, under Wine.
     std::size_t number_on_screen() const;
+    /// What a screen reader is told that a control is.
+    std::wstring spoken_name(int control_number) const;
     /// The texts of a box that the program has opened, the title first; empty when there is none.
     std::vector<std::wstring> box() const;
 
