@@ -96,7 +96,8 @@ fail() {
 
 # check NAME PATTERN COMMAND...: waits until the probe's answer matches the whole pattern.
 check() {
-    local name=$1 pattern=${2// /\\s}
+    local name=$1 pattern=${2:-()}
+    pattern=${pattern// /\\s}
     shift 2
     checks=$((checks + 1))
     probe until "$pattern" "$@" || fail "$name" "waited for: $pattern" "$* says: $answer"
@@ -145,18 +146,19 @@ windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 
 keys() { xdotool key --clearmodifiers "$@"; }
 type_text() { xdotool type --delay "${key_delay_ms:-1}" -- "$1"; }
-# Empties the box and types another text.
+# Goes to the box, wherever the keyboard is, and types another text there.
 search_for() {
-    keys ctrl+a
+    keys ctrl+f
     if [[ -n $1 ]]; then type_text "$1"; else keys BackSpace; fi
 }
 
-# click PLACE_COMMAND...: in the middle of what the probe names, with $button if it is set.
+# click PLACE_COMMAND...: in the middle of what the probe names, with $button if it is set. Two
+# clicks that shall not be a double one have different values of $aside.
 click() {
     local x y width height
     probe "$@" || { fail "click $*" "$answer"; return; }
     read -r x y width height <<<"$answer"
-    xdotool mousemove $((x + width / 2)) $((y + height / 2)) click "${button:-1}"
+    xdotool mousemove $((x + width / 2 + ${aside:-0})) $((y + height / 2)) click "${button:-1}"
 }
 
 finish() {

@@ -251,6 +251,18 @@ RECT WatchedProgram::place_of_column(int column) const {
     return remote_rectangle(header, HDM_GETITEMRECT, static_cast<WPARAM>(column), {});
 }
 
+std::wstring WatchedProgram::arrow(int column) const {
+    RemoteMemory memory(process_, sizeof(HDITEMW));
+    HDITEMW item{};
+    item.mask = HDI_FORMAT;
+    memory.write(item);
+    send(reinterpret_cast<HWND>(send(control(kList), LVM_GETHEADER, 0, 0)), HDM_GETITEMW,
+         static_cast<WPARAM>(column), memory.parameter());
+    memory.read(&item, sizeof item);
+    if ((item.fmt & HDF_SORTUP) != 0) return L"up";
+    return (item.fmt & HDF_SORTDOWN) != 0 ? L"down" : L"none";
+}
+
 std::size_t WatchedProgram::number_on_screen() const {
     return reinterpret_cast<std::size_t>(GetPropW(main_window(), L"__wine_x11_whole_window"));
 }

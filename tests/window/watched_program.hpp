@@ -33,6 +33,8 @@ public:
     int first_row_in_view() const;
     int rows_in_view() const;
     int column_width(int column) const;
+    /// "up", "down" or "none": how the rows are sorted by a column.
+    std::wstring arrow(int column) const;
     bool checked(int control_number) const;
     std::wstring choice(int control_number) const;
     std::vector<std::wstring> choices(int control_number) const;

@@ -9,7 +9,7 @@
 //   forget                  end the program, whatever it does
 //   state title status text count row rows selected focused top visible width checked choice
 //   choices focus place place_of place_of_row place_of_column box handles clipboard
-//   close dpi put choose opened windows drop_target dropped x_window spoken
+//   close dpi put choose opened windows drop_target dropped x_window spoken arrow
 #include <windows.h>
 // After windows.h.
 #include <fcntl.h>
@@ -218,6 +218,7 @@ private:
         if (verb == "place_of_row") return {as_text(watched.place_of_row(number()))};
         if (verb == "place_of_column") return {as_text(watched.place_of_column(number()))};
         if (verb == "box") return narrow_all(watched.box());
+        if (verb == "arrow") return {narrow(watched.arrow(number()))};
         if (verb == "spoken") return {narrow(watched.spoken_name(number()))};
         if (verb == "x_window") return {std::to_string(watched.number_on_screen())};
         if (verb == "handles") return handles(watched);
