@@ -86,4 +86,5 @@ target_compile_definitions(window_probe PRIVATE
   UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
 target_link_libraries(window_probe PRIVATE
   ntdll ole32 oleaut32 oleacc uuid shell32 warnings)
-target_link_options(window_probe PRIVATE -static -municode)
+# -mwindows: as the program that opens documents it must not open a console as well.
+target_link_options(window_probe PRIVATE -static -municode -mwindows)

@@ -7,6 +7,7 @@ namespace {
 
 SRWLOCK lock = SRWLOCK_INIT;
 std::vector<std::wstring> dropped;  // guarded by `lock`
+LONG hovered;
 HANDLE opened;
 
 // The system's interfaces have no destructors, and this object is never destroyed.
@@ -23,6 +24,7 @@ public:
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
 
     HRESULT STDMETHODCALLTYPE DragEnter(IDataObject*, DWORD, POINTL, DWORD* effect) override {
+        InterlockedExchange(&hovered, 1);
         *effect &= DROPEFFECT_COPY;
         return S_OK;
     }
@@ -76,6 +78,10 @@ void open_drop_target(const RECT& place) {
     RECT wanted = place;
     CloseHandle(CreateThread(nullptr, 0, show, &wanted, 0, nullptr));
     WaitForSingleObject(opened, INFINITE);
+}
+
+bool was_dragged_over() {
+    return InterlockedCompareExchange(&hovered, 0, 0) != 0;
 }
 
 std::vector<std::wstring> dropped_files() {

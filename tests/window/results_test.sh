@@ -10,7 +10,7 @@ tree=$scratch/disk
 mkdir -p "$tree/papers" "$tree/names"
 touch "$tree/papers/"{alpha,beta,gamma}.sstest "$tree/papers/delta.unknown"
 long=$(printf 'n%.0s' {1..251}).txt
-hebrew=$'\u05d3\u05d5\u05d7 \u05e9\u05e0\u05ea\u05d9.txt'
+hebrew=$'rtl \u05d3\u05d5\u05d7 \u05e9\u05e0\u05ea\u05d9.txt'
 emoji=$'party \U1F389\U1F468\u200D\U1F469\u200D\U1F467.txt'
 touch "$tree/names/$long" "$tree/names/$hebrew" "$tree/names/$emoji"
 deep=$tree/names/$(printf 'd%.0s' {1..200})/$(printf 'e%.0s' {1..200})
@@ -21,7 +21,7 @@ papers=${disk//\\/\\\\}\\\\papers
 
 # The program that opens documents is the probe, which notes what it has been given.
 record=$scratch/opened
-class='HKCU\Software\Classes'
+class='HKLM\Software\Classes'
 "$SS_WINE" reg add "$class\\.sstest" /ve /d SystemSearchTest /f >"$scratch/reg.log"
 "$SS_WINE" reg add "$class\\SystemSearchTest\\shell\\open\\command" /ve /f /d \
     "\"$(windows_path "$SS_BIN/window_probe.exe")\" --opened \"$(windows_path "$record")\" \"%1\"" \
@@ -35,17 +35,20 @@ check "three documents are found" '3 of .*' status 0
 keys Down Return
 check "Enter opens the selected result" "$papers\\\\alpha.sstest" \
     opened "$(windows_path "$record")"
-rm "$record"
+rm -f "$record"
 probe place_of_row 2
 read -r x y width height <<<"$answer"
 xdotool mousemove $((x + width / 4)) $((y + height / 2)) click --repeat 2 --delay 20 1
 check "a double click opens the result under it" "$papers\\\\gamma.sstest" \
     opened "$(windows_path "$record")"
-rm "$record"
+rm -f "$record"
 
 # Several at once.
 click place_of_row 0
-keys shift+Down shift+Down
+check "a click selects a row" 0 selected
+keys shift+Down
+check "Shift selects another row" '0 1' selected
+keys shift+Down
 check "Shift selects several rows" '0 1 2' selected
 keys Return
 check "Enter opens all of them" \
@@ -53,13 +56,30 @@ check "Enter opens all of them" \
 
 # Copies.
 click place_of_row 1
-keys ctrl+shift+c
+keys ctrl+c
 check "the path is copied" "$papers\\\\beta.sstest" clipboard
 keys shift+Down
 check "two rows are selected" '1 2' selected
-keys ctrl+shift+c
+keys ctrl+c
 check "the paths of several rows are copied, one a line" \
     "$papers\\\\beta.sstest\n$papers\\\\gamma.sstest" clipboard
+
+keys ctrl+shift+c
+check "the names of several rows are copied" 'beta.sstest\ngamma.sstest' clipboard
+button=3 click place_of_row 2
+check "a menu opens on the rows" '(.|\n)*#32768\t(.|\n)*' windows
+keys p
+check "the menu copies the paths" \
+    "$papers\\\\beta.sstest\n$papers\\\\gamma.sstest" clipboard
+click place_of_row 0
+keys shift+F10
+check "a menu opens by keys, too" '(.|\n)*#32768\t(.|\n)*' windows
+keys n
+check "the menu copies the name" alpha.sstest clipboard
+keys shift+F10
+check "the menu opens once more" '(.|\n)*#32768\t(.|\n)*' windows
+keys Escape
+check "Esc closes the menu" '((?!#32768)(.|\n))*' windows
 
 # Dragged out, onto another window.
 click place_of_row 0
@@ -68,21 +88,32 @@ probe drop_target 900 600 1200 780
 probe place_of_row 0
 read -r x y width height <<<"$answer"
 xdotool mousemove $((x + 20)) $((y + height / 2)) mousedown 1
-for step in {1..8}; do
-    xdotool mousemove $((x + 20 + (1050 - x) * step / 8)) $((y + (690 - y) * step / 8))
+# A hand never rests: what is under the mouse is looked for again at each move only.
+limit=$((SECONDS + 60))
+for ((step = 0; SECONDS < limit; ++step)); do
+    xdotool mousemove $((1050 + step % 2 * 8)) $((690 + step % 3))
+    probe hovered
+    [[ $answer != yes ]] || break
 done
-xdotool mouseup 1
+same "the target is told of the row above it" yes "$answer"
+xdotool mouseup 1 mousemove 1052 694
 check "a row is dragged out as a file" "$papers\\\\alpha.sstest" dropped
 
 # Shown in its folder by the system's explorer.
-probe focus
 keys ctrl+Return
 check "Ctrl+Enter shows the result in its folder" '(.|\n)*ExplorerWClass\t[^\n]*papers(.|\n)*' windows
+check "the explorer takes the keyboard" 0 focus
 
 # Hard names.
 come_forward a
-search_for "$hebrew"
+search_for rtl
 check "a right-to-left name shows whole" "$hebrew\t.*" row 0
+click place_of_row 0
+keys ctrl+shift+c
+check "it is copied whole" "$hebrew" clipboard
+keys ctrl+f ctrl+v
+check "and is found by itself" "$hebrew" text $box
+check "it alone" '1 of .*' status 0
 search_for party
 check "emoji show whole" "$emoji\t.*" row 0
 search_for nnnnn

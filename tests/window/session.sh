@@ -100,6 +100,7 @@ check() {
     pattern=${pattern// /\\s}
     shift 2
     checks=$((checks + 1))
+    [[ -z ${SS_TIMES:-} ]] || printf '%5d s  %s\n' "$SECONDS" "$name"
     probe until "$pattern" "$@" || fail "$name" "waited for: $pattern" "$* says: $answer"
 }
 
@@ -124,6 +125,7 @@ open() {
     [[ " $* " == *" --settings "* ]] || set -- "$@" --settings "$(windows_path "$scratch/$name")"
     probe start "$name" "$(windows_path "$program") $*" || fail "$name starts" "$answer"
     need "$name shows its window" shown state
+    come_forward "$name"
     need "the box of $name has the focus" $box focus
 }
 
@@ -135,11 +137,29 @@ close_window() {
     probe forget || true
 }
 
-# come_forward NAME: keys go to that program's window from now on.
+# come_forward NAME: keys go to that program's window from now on. Only when the screen says so,
+# too: the program believes to have the keyboard a little earlier.
 come_forward() {
+    local number limit=$((SECONDS + 60))
     probe use "$1"
-    probe x_window && xdotool windowactivate "$answer"
-    check "the window of $1 comes forward" "$box" focus
+    probe x_window
+    number=$answer
+    until [[ $(xdotool getwindowfocus 2>/dev/null) == "$number" ]] && probe focus &&
+        [[ $answer != 0 ]]; do
+        ((SECONDS < limit)) || { fail "the window of $1 comes forward"; return; }
+        xdotool windowactivate "$number" 2>/dev/null
+        sleep 0.02
+    done
+}
+
+# answer_box KEY: presses it in a box that the program has opened, once the screen lets it.
+answer_box() {
+    local limit=$((SECONDS + 60))
+    until [[ $(xdotool getwindowfocus getwindowname 2>/dev/null) == "System Search" ]]; do
+        ((SECONDS < limit)) || { fail "a box gets the keyboard"; return; }
+        sleep 0.02
+    done
+    keys "$1"
 }
 
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }

@@ -9,7 +9,7 @@
 //   forget                  end the program, whatever it does
 //   state title status text count row rows selected focused top visible width checked choice
 //   choices focus place place_of place_of_row place_of_column box handles clipboard
-//   close dpi put choose opened windows drop_target dropped x_window spoken arrow
+//   close dpi put choose opened windows drop_target hovered dropped x_window spoken arrow
 #include <windows.h>
 // After windows.h.
 #include <fcntl.h>
@@ -149,6 +149,7 @@ public:
             programs_.erase(current_);
             return {};
         }
+        if (verb == "hovered") return {was_dragged_over() ? "yes" : "no"};
         if (verb == "dropped") return narrow_all(dropped_files());
         if (verb == "windows") return windows();
         if (verb == "clipboard") return clipboard();
