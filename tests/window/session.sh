@@ -39,10 +39,11 @@ trap take_down EXIT
 # A screen with a window manager. Xvfb itself takes a number that is free.
 start_screen() {
     local number
-    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$scratch/display" \
+    : >"$scratch/display"
+    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -noreset 3>>"$scratch/display" \
         2>"$scratch/xvfb.log" &
     children+=("$!")
-    until number=$(cat "$scratch/display" 2>/dev/null) && [[ -n $number ]]; do
+    until IFS= read -r number 2>/dev/null <"$scratch/display"; do  # the whole line
         kill -0 "${children[0]}" || { cat "$scratch/xvfb.log" >&2; exit 1; }
         sleep 0.02
     done
