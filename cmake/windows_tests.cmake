@@ -18,6 +18,9 @@ function(set_up_windows_test name)
   if(name MATCHES drive)  # they change the drives that the prefix shows
     set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
   endif()
+  if(name MATCHES "^window\\.")  # one prefix has one screen
+    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK screen)
+  endif()
 endfunction()
 
 file(GLOB test_files CONFIGURE_DEPENDS ${windows_folder}/*_test.cpp)

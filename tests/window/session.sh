@@ -59,6 +59,7 @@ start_screen() {
 
 # slow MS: the disk below $scratch/disk is slow from now on, so many milliseconds for each folder.
 slow() { echo "$1" >"$scratch/gate.new" && mv "$scratch/gate.new" "$gate"; }
+hold() { slow 600000; }  # only with a window that is not about to close
 quick() { rm -f "$gate"; }
 
 start_session() {

@@ -33,7 +33,7 @@
 
 namespace {
 
-constexpr DWORD kLimitMs = 15'000;
+constexpr DWORD kLimitMs = 60'000;
 constexpr DWORD kLookMs = 10;  // between two looks at a state that is waited for
 
 using Lines = std::vector<std::string>;
