@@ -64,6 +64,10 @@ check "and are searched" "The first 1000 of $names\. .*" status 0
 probe close
 ends "closed while the disk is read anew, it ends"
 
+begin cached
+check "a window with a cache comes" '.*' close
+ends "closed while its names are loaded, it ends"
+
 # Two windows on one cache.
 begin one
 need "one window is ready" 'Names of today, .*' status 1
@@ -137,6 +141,43 @@ for dpi in 144 192 96; do
         fail "the box has the height for $dpi dots per inch" "$height at 96, $now at $dpi"
     fi
 done
+for message in 0x0015 0x031A 0x001A; do  # other colours, another theme, other settings
+    probe tell $((message))
+    check "it shows its rows after message $message" 'item-.*' row 0
+done
+for control in $box $scope $kind; do
+    check "a screen reader has a name for control $control" '.*[A-Za-z].*' spoken "$control"
+done
+
+# Another folder, and the one of before.
+keys ctrl+o
+check "Ctrl+O opens the system's picker" '(.|\n)*#32770\t(.|\n)*' windows
+keys Escape
+check "Esc closes it" '((?!#32770)(.|\n))*' windows
 probe close
 ends "it ends after all that"
+probe start other "$(windows_path "$program") --scope $disk\\folder-7 --settings $kept"
+need "it opens on another folder" shown state
+check "the title tells that folder" '.*folder-7' title
+check "its names are read" 'Names of today, [^.]*' status 1
+check "both folders can be chosen" '(.|\n)*disk.folder-7\n.*disk(\n.*)?' choices $scope
+probe choose $scope 2
+check "the folder of before is searched again" '.*disk' title
+check "all of it" "1000" count
+probe close
+ends "it ends after another folder"
+
+# What it measures, and its version.
+measured=$scratch/measured.txt
+probe start measured "$(windows_path "$program") --scope $disk --settings $kept --measure $(windows_path "$measured")"
+need "it opens to be measured" shown state
+come_forward measured
+type_text item-3
+check "it finds" '1000' count
+probe close
+ends "it ends after measuring"
+checks=$((checks + 1))
+grep -q 'ms' "$measured" || fail "it has measured" "$(cat "$measured")"
+"$SS_WINE" "$program" --version >"$scratch/version" || fail "--version succeeds"
+same "--version tells the version" "system-search-window 1.0.0" "$(tr -d '\r' <"$scratch/version")"
 finish

@@ -306,6 +306,10 @@ void WatchedProgram::change_dpi(int dpi) const {
     send(main_window(), WM_DPICHANGED, MAKEWPARAM(dpi, dpi), 0);
 }
 
+void WatchedProgram::tell(UINT message) const {
+    send(main_window(), message, 0, 0);
+}
+
 void WatchedProgram::place_at(int x, int y, int width, int height) const {
     if (!SetWindowPos(main_window(), nullptr, x, y, width, height, SWP_NOZORDER | SWP_NOACTIVATE)) {
         throw std::runtime_error("the window cannot be moved");

@@ -53,6 +53,8 @@ public:
 
     void ask_to_close() const;
     void change_dpi(int dpi) const;
+    /// A message without parameters.
+    void tell(UINT message) const;
     void place_at(int x, int y, int width, int height) const;
     void choose(int control_number, int index) const;
     void end() const;

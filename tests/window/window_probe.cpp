@@ -9,7 +9,7 @@
 //   forget                  end the program, whatever it does
 //   state title status text count row rows selected focused top visible width checked choice
 //   choices focus place place_of place_of_row place_of_column box handles clipboard
-//   close dpi put choose opened windows drop_target hovered dropped x_window spoken arrow
+//   close dpi tell put choose opened windows drop_target hovered dropped x_window spoken arrow
 #include <windows.h>
 // After windows.h.
 #include <fcntl.h>
@@ -232,6 +232,8 @@ private:
             watched.ask_to_close();
         } else if (verb == "dpi") {
             watched.change_dpi(number());
+        } else if (verb == "tell") {
+            watched.tell(static_cast<UINT>(number()));
         } else if (verb == "put") {
             const int x = number();
             const int y = number();
