@@ -144,8 +144,10 @@ int SearchBar::layout(int width) {
     const int labels = std::max(text_width(kBoxLabel), text_width(kScopeLabel)) + gap;
     const int check_mark = scaled(24, dpi_);
     int y = gap;
+    // The controls move through each other's places, so that none may take its picture along.
     const auto put = [](HWND control, int x, int top, int w, int h) {
-        MoveWindow(control, x, top, std::max(0, w), h, TRUE);
+        SetWindowPos(control, nullptr, x, top, std::max(0, w), h,
+                     SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS);
     };
     put(box_label_, gap, y + label_drop, labels, line);
     put(box_, gap + labels, y, width - 2 * gap - labels, height);
@@ -166,7 +168,10 @@ int SearchBar::layout(int width) {
     put_right(folder_, text_width(kFolderText) + 2 * gap, y, height);
     put(scope_label_, gap, y + label_drop, labels, line);
     put(scope_, gap + labels, y, right - gap - labels, dropped_height);
-    return y + height + gap;
+    const int bottom = y + height + gap;
+    const RECT bar{0, 0, width, bottom};
+    RedrawWindow(parent_, &bar, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+    return bottom;
 }
 
 int SearchBar::least_width() const {
