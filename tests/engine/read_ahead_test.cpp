@@ -21,6 +21,7 @@ namespace {
 
 using Roots = std::vector<std::u16string>;
 
+constexpr std::uint64_t kForGood = UINT64_MAX / 2;
 constexpr std::uint32_t kDiskCalls = kOpenFolder | kNextChild | kAttributes;
 
 ReadAheadOptions with_readers(std::uint32_t readers) {
@@ -221,7 +222,8 @@ TEST_F(ReadAheadTest, gives_what_the_plain_walk_gives_for_any_tree_and_any_inter
             for (const bool tiny : {false, true}) {
                 SCOPED_TRACE(std::to_string(readers) + (tiny ? " readers, tiny" : " readers"));
                 Shuffle shuffle(seed);
-                on_every_platform_call(kDiskCalls, [&] { shuffle.pass(); });
+                on_platform_call(
+                    1, kDiskCalls, [&] { shuffle.pass(); }, kForGood);
                 const ReadAheadOptions options =
                     tiny ? in_tiny_pieces(readers) : with_readers(readers);
                 EXPECT_EQ(walk_with(options, roots), alone);
@@ -431,8 +433,8 @@ TEST_F(ReadAheadTest, stays_within_its_bound_for_wide_deep_and_giant_trees) {
 
 TEST_F(ReadAheadTest, a_folder_is_closed_before_anything_below_it_is_entered) {
     add_generated_folder(u"C:\\big", std::make_shared<Branching>(3, 10'000, 3));
-    on_every_platform_call(kOpenFolder | kAttributes,
-                           [] { EXPECT_EQ(open_handles().enumerations, 0u); });
+    on_platform_call(
+        1, kOpenFolder | kAttributes, [] { EXPECT_EQ(open_handles().enumerations, 0u); }, kForGood);
     Traversal traversal(with_readers(0));
     traversal.go(traversal.enter_root(), 100'000);
     EXPECT_EQ(most_open_enumerations(), 1u);
@@ -527,7 +529,7 @@ TEST_F(ReadAheadTest, memory_that_runs_out_fails_the_walk_or_slows_it_and_asks_n
     PlainWalk plain(roots);
     const Listing expected = listing_of(take_snapshot(plain.index));
     for (const ReadAheadOptions& options : {with_readers(kMostReaders), in_tiny_pieces(2)}) {
-        for (const std::uint64_t times : {std::uint64_t{1}, UINT64_MAX / 2}) {
+        for (const std::uint64_t times : {std::uint64_t{1}, kForGood}) {
             std::uint32_t whole = 0;
             std::uint32_t failed = 0;
             // How many allocations there are depends on who reads what: until a few found none.
@@ -574,7 +576,7 @@ TEST_F(ReadAheadTest, a_call_that_fails_whichever_it_is_is_counted_or_costs_a_re
     PlainWalk plain({u"C:\\root"});
     const std::uint32_t entries = entry_count(plain.index);
     for (const ReadAheadOptions& options : {with_readers(kMostReaders), in_tiny_pieces(2)}) {
-        for (const std::uint64_t times : {std::uint64_t{1}, UINT64_MAX / 2}) {
+        for (const std::uint64_t times : {std::uint64_t{1}, kForGood}) {
             std::uint64_t nth = 1;
             for (bool met = true; met; ++nth) {
                 ASSERT_LT(nth, 1000u);
@@ -646,8 +648,9 @@ TEST_F(ReadAheadTest, cancel_at_any_call_ends_the_walk_and_counts_nothing_as_ski
             Engine engine;
             Index index;
             // From the request on every call fails, as if it had been ended from outside.
-            on_platform_call(nth, kDiskCalls, [&] { engine.cancel = true; });
-            fail_platform_call(nth, 995, kDiskCalls, UINT64_MAX / 2);
+            on_platform_call(
+                nth, kDiskCalls, [&] { engine.cancel = true; }, kForGood);
+            fail_platform_call(nth, 995, kDiskCalls, kForGood);
             walk(engine, index, {u"C:\\root"}, with_readers(readers));
             const bool met = failed_platform_calls() != 0;
             forget_call_plans();

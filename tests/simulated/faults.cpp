@@ -88,19 +88,12 @@ void hang_platform_call(std::uint64_t nth, std::uint32_t calls, std::uint64_t ti
     start_counting(current);
 }
 
-void on_platform_call(std::uint64_t nth, std::uint32_t calls, std::function<void()> hook) {
+void on_platform_call(std::uint64_t nth, std::uint32_t calls, std::function<void()> hook,
+                      std::uint64_t times) {
     const Quiet quiet;
     Plans& current = plans();
     const std::lock_guard lock(current.mutex);
-    current.all.push_back({calls, nth, 1, platform::kSuccess, std::move(hook), 0});
-    start_counting(current);
-}
-
-void on_every_platform_call(std::uint32_t calls, std::function<void()> hook) {
-    const Quiet quiet;
-    Plans& current = plans();
-    const std::lock_guard lock(current.mutex);
-    current.all.push_back({calls, 1, UINT64_MAX, platform::kSuccess, std::move(hook), 0});
+    current.all.push_back({calls, nth, times, platform::kSuccess, std::move(hook), 0});
     start_counting(current);
 }
 

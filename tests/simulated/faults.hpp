@@ -117,11 +117,10 @@ inline constexpr std::uint32_t kAllCalls = kJoinThread - 1;
 // and the `times - 1` calls after it. Several plans may stand at once. Starts the counting anew.
 void fail_platform_call(std::uint64_t nth, platform::Error error, std::uint32_t calls = kAllCalls,
                         std::uint64_t times = 1);
-// Runs `hook`, no lock held, before the `nth` call among `calls` from now on. The hook may change
-// the tree or hold the thread.
-void on_platform_call(std::uint64_t nth, std::uint32_t calls, std::function<void()> hook);
-// Runs `hook`, no lock held, before every call among `calls` from now on, on the calling thread.
-void on_every_platform_call(std::uint32_t calls, std::function<void()> hook);
+// Runs `hook`, no lock held, before the `nth` call among `calls` from now on, and the `times - 1`
+// calls after it. The hook may change the tree or hold the thread.
+void on_platform_call(std::uint64_t nth, std::uint32_t calls, std::function<void()> hook,
+                      std::uint64_t times = 1);
 // Counts without failing anything.
 void count_platform_calls();
 // Calls since the counting started, and how many of them were made to fail by a plan.

@@ -159,16 +159,18 @@ TEST_F(SimulatedFaults, a_slow_disk_holds_the_thread_when_the_clock_runs) {
     EXPECT_GE(platform::monotonic_nanoseconds() - begin, 3'000'000);
 }
 
-TEST_F(SimulatedFaults, a_hook_runs_before_every_call_of_its_kinds) {
+TEST_F(SimulatedFaults, a_hook_runs_before_as_many_calls_of_its_kinds_as_it_is_told) {
     add_folder(u"C:\\m");
     int calls = 0;
-    on_every_platform_call(kAttributes | kStatus, [&] { ++calls; });
+    on_platform_call(
+        2, kAttributes | kStatus, [&] { ++calls; }, /*times=*/2);
     Status status{};
     platform::attributes(u"C:\\m");
     platform::status_following_links(u"C:\\m", status);
     platform::attributes(u"C:\\m");
     platform::monotonic_nanoseconds();
-    EXPECT_EQ(calls, 3);
+    platform::attributes(u"C:\\m");
+    EXPECT_EQ(calls, 2);
 }
 
 TEST_F(SimulatedFaults, the_most_enumerations_that_were_open_at_once_are_counted) {
