@@ -316,24 +316,26 @@ TEST_F(ReadAheadTest, stops_at_a_limit_with_readers_as_without) {
 class Branching : public GeneratedFolder {
 public:
     Branching(std::uint64_t folders, std::uint64_t files, std::uint64_t depth)
-        : folders_(folders), files_(files), depth_(depth) {}
-    std::uint64_t count() const override { return (depth_ > 0 ? folders_ : 0) + files_; }
+        : folders_(depth > 0 ? folders : 0), files_(files) {
+        if (depth > 0) below_ = std::make_shared<Branching>(folders, files, depth - 1);
+    }
+    std::uint64_t count() const override { return folders_ + files_; }
     void child(std::uint64_t index, platform::Child& out) const override {
-        const bool is_folder = depth_ > 0 && index < folders_;
+        const bool is_folder = index < folders_;
         out.attributes = is_folder ? platform::kAttributeDirectory : kAttributeArchive;
-        std::u16string name = is_folder ? u"d" : u"a file called ";
-        for (const char digit : std::to_string(index)) name += static_cast<char16_t>(digit);
-        set_name(out, name);
+        set_name(out, is_folder ? u"d0000000" : u"a file called 0000000");
+        for (std::uint32_t at = out.name_units; index > 0; index /= 10) {
+            out.name[--at] = static_cast<char16_t>(u'0' + index % 10);
+        }
     }
     std::shared_ptr<const GeneratedFolder> folder(std::u16string_view name) const override {
-        if (depth_ == 0 || name[0] != u'd') return nullptr;
-        return std::make_shared<Branching>(folders_, files_, depth_ - 1);
+        return name[0] == u'd' ? below_ : nullptr;
     }
 
 private:
     std::uint64_t folders_;
     std::uint64_t files_;
-    std::uint64_t depth_;
+    std::shared_ptr<Branching> below_;
 };
 
 // Goes through a root as the walk does, but keeps nothing.
@@ -391,11 +393,11 @@ TEST_F(ReadAheadTest, stays_within_its_bound_for_wide_deep_and_giant_trees) {
         bool is_small;
     };
     const Row rows[] = {
-        {"a million subfolders", std::make_shared<Branching>(1'000'000, 0, 1), 1'000'000, 1, false},
-        {"a million files", std::make_shared<Branching>(0, 1'500'000, 0), 1'500'000, 1, false},
-        {"giants side by side", std::make_shared<Branching>(10, 150'000, 1), 1'500'000, 1, false},
-        {"a chain of giants", std::make_shared<Branching>(1, 30'000, 2000), 400'000, 2000, false},
-        {"a tree of all kinds", std::make_shared<Branching>(7, 50, 6), 400'000, 6, true},
+        {"subfolders side by side", std::make_shared<Branching>(100'000, 0, 1), 100'000, 1, false},
+        {"one giant", std::make_shared<Branching>(0, 500'000, 0), 500'000, 1, false},
+        {"giants side by side", std::make_shared<Branching>(8, 60'000, 1), 480'000, 1, false},
+        {"a chain of giants", std::make_shared<Branching>(1, 30'000, 2000), 60'000, 2000, false},
+        {"a tree of all kinds", std::make_shared<Branching>(7, 50, 5), 100'000, 5, true},
     };
     for (const Row& row : rows) {
         for (const std::uint32_t readers : {0u, kMostReaders}) {
