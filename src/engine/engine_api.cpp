@@ -3,6 +3,8 @@
 //   build        the build thread: load the cache, else walk, then save      build.cpp
 //   scope        scope text -> folders to walk                               scope.cpp
 //   walk         folders -> entries, published in shards                     walk.cpp
+//   read_ahead   which folder is read next, and by which thread              read_ahead.cpp
+//   folder       one folder, read into memory                                folder_reader.cpp
 //   index_cache  load before the walk, save after it                         index_cache.cpp
 //   error_text   the last error, copied for the calling thread               error_text.cpp
 //   engine       the fields all of them share, and who guards them           engine.cpp
