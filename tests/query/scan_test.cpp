@@ -471,7 +471,7 @@ TEST(Scan, agrees_with_the_reference_on_random_trees) {
         RandomTree random(seed);
         const std::size_t shard_entries = random.below(4) == 0 ? 50 : kShardEntries;
         const Searched searched(random.entries(1 + random.below(4000)), shard_entries);
-        for (int i = 0; i < 1500; ++i) {
+        for (int i = 0; i < 400; ++i) {
             const std::string text = random.text(searched.entries);
             const auto flags = static_cast<std::uint32_t>(random.below(4));
             const auto kind = static_cast<std::uint32_t>(random.below(3));
