@@ -19,13 +19,13 @@ constexpr std::int64_t kChildNanoseconds = 1'000;
 
 constexpr std::size_t kFolderBytes = sizeof(Folder);
 
-class Unlocked {
+// The lock is given up for as long as this lives. For clang, what ends with it is the giving up.
+class SS_SCOPED_CAPABILITY Unlocked {
 public:
-    explicit Unlocked(platform::Mutex& mutex) noexcept SS_NO_THREAD_SAFETY_ANALYSIS
-        : mutex_(mutex) {
+    explicit Unlocked(platform::Mutex& mutex) noexcept SS_RELEASE(mutex) : mutex_(mutex) {
         mutex_.unlock();
     }
-    ~Unlocked() SS_NO_THREAD_SAFETY_ANALYSIS { mutex_.lock(); }
+    ~Unlocked() SS_RELEASE() { mutex_.lock(); }
     Unlocked(const Unlocked&) = delete;
     Unlocked& operator=(const Unlocked&) = delete;
 

@@ -14,4 +14,3 @@
 #define SS_REQUIRES(...) SS_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
 #define SS_ACQUIRE(...) SS_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
 #define SS_RELEASE(...) SS_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
-#define SS_NO_THREAD_SAFETY_ANALYSIS SS_THREAD_ATTRIBUTE(no_thread_safety_analysis)
