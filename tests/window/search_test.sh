@@ -36,8 +36,8 @@ check "results go on to appear without a key" "(?!$first$).*of.*[0-9].*" status 
 hold
 check "the disk is still being read even then" 'Reading the disk: .*' status 1
 
-# What the user points at stays while results come in before and after it. The list is scrolled
-# down to a row that is selected; the program may have to scroll to keep it in its place.
+# What the user points at stays selected while results come in before and after it. Where the list
+# is scrolled to is not looked at.
 search_for '*99.txt'
 check "another text finds others while the disk is read" 'item-.*99.txt.*' row 0
 keys Down Down Down Down Down
