@@ -16,9 +16,6 @@ function(set_up_windows_test name)
     TIMEOUT 600 WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
     ENVIRONMENT "${test_environment}"
     FAIL_REGULAR_EXPRESSION "\\[  SKIPPED \\]")  # none of these has a reason to
-  if(name MATCHES drive)  # they change the drives that the prefix shows
-    set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
-  endif()
   if(name MATCHES "^window\\.")  # one prefix has one screen
     set_tests_properties(${name} PROPERTIES RESOURCE_LOCK screen)
   endif()
