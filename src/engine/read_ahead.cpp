@@ -180,7 +180,7 @@ void ReadAhead::read_until_stopped() noexcept {
     FolderReader reader;
     std::u16string path;
     std::unique_ptr<Folder> spare;
-    do {
+    for (;;) {
         if (spare == nullptr) spare.reset(new (std::nothrow) Folder);
         if (spare == nullptr) return;
         const platform::MutexLock lock(mutex_);
@@ -196,7 +196,7 @@ void ReadAhead::read_until_stopped() noexcept {
         } catch (...) {
             return;
         }
-    } while (!reader.ran_out_of_memory());
+    }
 }
 
 // ---- For the walk -------------------------------------------------------------------------------

@@ -361,6 +361,7 @@ public:
                 next += child.record_bytes;
                 ++children_;
                 if (child.kind == ChildKind::kFolder) {
+                    ++folders_;
                     levels.emplace_back(&read_ahead_.enter_next(*current), sizeof(Piece));
                 }
             }
@@ -368,12 +369,14 @@ public:
     }
 
     std::uint64_t children() const { return children_; }
+    std::uint64_t folders() const { return folders_; }
 
 private:
     const std::u16string root_ = u"C:\\big";
     const std::atomic<bool> cancel_{false};
     ReadAhead read_ahead_;
     std::uint64_t children_ = 0;
+    std::uint64_t folders_ = 1;  // entered
 };
 
 // The bound that the header states: what may wait for the walk, the buffer of each thread, and for
@@ -430,6 +433,19 @@ TEST_F(ReadAheadTest, stays_within_its_bound_for_wide_deep_and_giant_trees) {
             }
             EXPECT_EQ(open_handles(), OpenHandles{});
         }
+    }
+}
+
+TEST_F(ReadAheadTest, what_the_walk_has_passed_makes_room_for_readers_again) {
+    add_generated_folder(u"C:\\big", std::make_shared<Branching>(300, 3, 1));
+    count_platform_calls();
+    Traversal traversal(in_tiny_pieces(1));
+    traversal.go(traversal.enter_root(), 1000);
+    // The walk stands still, so it is a reader that opens one more.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (platform_calls(kOpenFolder) <= traversal.folders()) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        std::this_thread::yield();
     }
 }
 
@@ -645,7 +661,9 @@ TEST_F(ReadAheadTest, cancel_at_any_call_ends_the_walk_and_counts_nothing_as_ski
             u"C:\\root\\" + std::u16string(1, static_cast<char16_t>(u'A' + i));
         for (const char16_t* below : {u"\\1", u"\\2\\x", u"\\3\\y\\z"}) add_file(folder + below);
     }
-    for (const std::uint32_t readers : {0u, 1u, kMostReaders}) {
+    for (const ReadAheadOptions& options :
+         {with_readers(0), with_readers(1), with_readers(kMostReaders), in_tiny_pieces(0),
+          in_tiny_pieces(kMostReaders)}) {
         for (std::uint64_t nth = 1;; ++nth) {
             Engine engine;
             Index index;
@@ -653,7 +671,7 @@ TEST_F(ReadAheadTest, cancel_at_any_call_ends_the_walk_and_counts_nothing_as_ski
             on_platform_call(
                 nth, kDiskCalls, [&] { engine.cancel = true; }, kForGood);
             fail_platform_call(nth, 995, kDiskCalls, kForGood);
-            walk(engine, index, {u"C:\\root"}, with_readers(readers));
+            walk(engine, index, {u"C:\\root"}, options);
             const bool met = failed_platform_calls() != 0;
             forget_call_plans();
             ASSERT_EQ(engine.skipped, 0u) << nth;

@@ -14,7 +14,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "windows/machine.hpp"
+#include "windows/held_build.hpp"
 
 namespace {
 
@@ -257,8 +257,11 @@ TEST_F(CppFace, empty_objects_answer_as_null_handles_do) {
 
 TEST_F(CppFace, a_cancelled_build_ends) {
     ss::Engine engine = ss::Engine::create();
-    ASSERT_TRUE(engine.start(large_folder()));
+    const HeldBuild held;
+    ASSERT_TRUE(held.applied());
+    ASSERT_TRUE(engine.start(scope()));
     engine.cancel();
+    held.let_go();
     while (engine.progress().state == ss::EngineState::kRunning) std::this_thread::sleep_for(1ms);
     EXPECT_EQ(engine.progress().state, ss::EngineState::kCancelled);
 }

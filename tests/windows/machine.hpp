@@ -6,7 +6,6 @@
 #include <windows.h>
 
 #include <cstdlib>
-#include <string>
 
 inline bool runs_under_wine() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
@@ -24,10 +23,3 @@ inline bool runs_under_wine() {
 #define ONLY_ON_WINDOWS(why)                                               \
     if (runs_under_wine() && std::getenv("SS_EVEN_UNDER_WINE") == nullptr) \
     GTEST_SKIP() << "under Wine: " << (why)
-
-// A tree that no machine that runs this lacks, and whose walk takes a good while.
-inline std::string large_folder() {
-    if (runs_under_wine()) return "Z:\\usr";
-    char folder[MAX_PATH];
-    return GetWindowsDirectoryA(folder, MAX_PATH) != 0 ? folder : "C:\\Windows";
-}

@@ -7,6 +7,11 @@ namespace {
 
 using WindowsFolder = EngineHost;
 
+std::string windows_folder() {
+    char folder[MAX_PATH];
+    return GetWindowsDirectoryA(folder, MAX_PATH) != 0 ? folder : "C:\\Windows";
+}
+
 struct TimedBuild {
     EngineStatus status;
     double seconds;
@@ -16,7 +21,7 @@ TEST_F(WindowsFolder, is_walked_and_then_loaded_from_its_cache) {
     ONLY_ON_WINDOWS("its folder of Windows is small, and its speed is its server's");
     const auto timed = [&](const std::string& cache, int force) {
         const ULONGLONG begin = GetTickCount64();
-        const EngineStatus status = build(large_folder(), cache, force);
+        const EngineStatus status = build(windows_folder(), cache, force);
         return TimedBuild{status, static_cast<double>(GetTickCount64() - begin) / 1000};
     };
     const TimedBuild first = timed("", 1);
@@ -32,7 +37,7 @@ TEST_F(WindowsFolder, is_walked_and_then_loaded_from_its_cache) {
     std::printf(
         "note: %s: %u entries, %u skipped; walked in %.2f s, again and saved in %.2f s, "
         "loaded in %.2f s\n",
-        large_folder().c_str(), walked.status.entries, walked.status.skipped, first.seconds,
+        windows_folder().c_str(), walked.status.entries, walked.status.skipped, first.seconds,
         walked.seconds, loaded.seconds);
 }
 
