@@ -104,14 +104,8 @@ struct Child {
 class Enumeration {
 public:
     Enumeration() = default;
-    Enumeration(Enumeration&& other) noexcept : handle_(other.handle_) { other.handle_ = nullptr; }
-    Enumeration& operator=(Enumeration&& other) noexcept {
-        void* const taken = other.handle_;
-        other.handle_ = nullptr;
-        close();
-        handle_ = taken;
-        return *this;
-    }
+    Enumeration(const Enumeration&) = delete;
+    Enumeration& operator=(const Enumeration&) = delete;
     ~Enumeration() { close(); }
 
     // Opens `folder`, a found path, and reads its first child. kNoMoreFiles: the folder is empty.

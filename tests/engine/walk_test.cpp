@@ -514,5 +514,18 @@ TEST_F(WalkEstimateTest, estimate_beyond_one_gibibyte_ends_the_walk_without_that
     EXPECT_EQ(status().skipped, 1u) << "the second root was not tried";
 }
 
+TEST_F(WalkEstimateTest, folder_beyond_the_limit_is_neither_indexed_nor_counted_as_skipped) {
+    const std::uint64_t entries = make_tree(1'073'741'824);
+    add_file(u"D:\\c\\f");
+    NodeFaults denied;
+    denied.open = platform::kAccessDenied;
+    set_faults(u"D:\\c", denied);
+    const Snapshot found = walk_roots({u"C:\\", u"D:\\", u"E:\\"});
+    EXPECT_EQ(found.entry_count, entries);
+    EXPECT_NE(last_path(found), "D:/c");
+    EXPECT_EQ(status().limited, 1u);
+    EXPECT_EQ(status().skipped, 1u) << "the third root was not tried";
+}
+
 }  // namespace
 }  // namespace system_search

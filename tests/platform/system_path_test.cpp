@@ -37,6 +37,13 @@ TEST(SystemPath, ordinary_components_are_read_as_written) {
     }
 }
 
+TEST(SystemPath, components_without_a_root_are_looked_at_from_the_first_on) {
+    EXPECT_TRUE(is_read_as_written(u"docs\\a"));
+    EXPECT_FALSE(is_read_as_written(u"nul"));
+    EXPECT_FALSE(is_read_as_written(u"docs.\\a"));
+    EXPECT_FALSE(is_read_as_written(u"C;\\docs."));
+}
+
 TEST(SystemPath, dots_and_blanks_at_an_end_and_device_names_are_not) {
     for (const std::u16string_view name :
          {u".",         u"..",        u"...",         u"x.",      u"x..",     u"x ",
@@ -106,7 +113,7 @@ TEST(SystemPath, drives_and_shares_have_a_literal_form) {
 TEST(SystemPath, relative_paths_and_devices_have_none) {
     for (const std::u16string_view path :
          {u"", u"x", u"C:", u"C:x", u"\\x", u"/x/y", u"\\\\", u"\\\\\\x", u"\\\\.\\C:\\x",
-          u"//./C:/x", u"\\??\\C:\\x", u"1:\\x"}) {
+          u"//./C:/x", u"\\??\\C:\\x", u"1:\\x", u"{:\\x", u"C;\\x"}) {
         EXPECT_FALSE(has_literal_form(path)) << narrow(path);
     }
 }

@@ -1,6 +1,6 @@
 // Walks and listings of the shipped DLL that are held at a known point: where the system hands out
-// a file called "hold". They go on when the test lets them, or when the host waits for a thread of
-// the library.
+// a file called "hold". They go on when the test lets them, or when a host that destroys a handle
+// waits for its thread.
 #include <atomic>
 #include <thread>
 
@@ -12,6 +12,7 @@ namespace {
 HANDLE at_hold = nullptr;
 HANDLE go_on = nullptr;
 DWORD host_thread = 0;
+std::atomic<bool> is_destroying{false};
 std::atomic<bool> has_gone_on{false};
 std::atomic<int> children_behind{0};  // handed out since it went on
 
@@ -33,7 +34,7 @@ void let_go_on() {
 
 // Destroying sets its request first and waits for the thread then.
 DWORD WINAPI wait(HANDLE handle, DWORD milliseconds) {
-    if (GetCurrentThreadId() == host_thread) let_go_on();
+    if (is_destroying && GetCurrentThreadId() == host_thread) let_go_on();
     return WaitForSingleObject(handle, milliseconds);
 }
 
@@ -63,6 +64,7 @@ protected:
     void SetUp() override {
         EngineHost::SetUp();
         host_thread = GetCurrentThreadId();
+        is_destroying = false;
         has_gone_on = false;
         children_behind = 0;
         at_hold = CreateEventW(nullptr, TRUE, FALSE, nullptr);
@@ -71,6 +73,7 @@ protected:
         ASSERT_TRUE(wait_patch_.applied());
     }
     void TearDown() override {
+        is_destroying = true;
         ss_destroy(engine_);
         engine_ = nullptr;
         CloseHandle(at_hold);
@@ -132,6 +135,7 @@ TEST_F(HeldWalk, cancelled_walk_keeps_its_entries_and_writes_no_cache) {
 TEST_F(HeldWalk, destroy_ends_a_walk) {
     SystemSearchEngine* const other = ss_create();
     start_held_walk(other);
+    is_destroying = true;
     ss_destroy(other);
     EXPECT_TRUE(has_gone_on);
     EXPECT_FALSE(std::filesystem::exists(path("cache")));
@@ -174,6 +178,7 @@ TEST_F(HeldWalk, listing_that_is_destroyed_reads_no_further) {
     SystemSearchQuery* const listing =
         ss_query_directory(path("many").c_str(), "", 0, SS_KIND_ANY, 1000);
     wait_until_held();
+    is_destroying = true;
     ss_query_destroy(listing);
     EXPECT_TRUE(has_gone_on);
     EXPECT_LE(children_behind, 1);

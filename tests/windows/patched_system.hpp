@@ -27,10 +27,13 @@ struct Script {
     std::optional<FILE_ATTRIBUTE_TAG_INFO> target;
     std::wstring drives;  // NULs included; empty: the system's own
     std::optional<DWORD> drives_result;
+    SystemSearchEngine* destroyed_by_its_walk = nullptr;  // by the thread that opens a folder
     bool threads_start = true;
     bool joins_fail = false;
     bool slots_run_out = false;
     bool knows_cloud_folders = true;  // ntdll has the function to ask for them
+    bool has_english_texts = true;    // of its errors
+    bool has_local_texts = true;
 };
 inline Script script;
 inline std::atomic<int> open_searches{0};
@@ -67,6 +70,17 @@ inline FARPROC WINAPI get_procedure(HMODULE module, const char* name) {
     }
     if (!script.knows_cloud_folders || module != GetModuleHandleW(L"ntdll.dll")) return nullptr;
     return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&set_cloud_mode));
+}
+
+inline DWORD WINAPI format_message(DWORD flags, LPCVOID source, DWORD error, DWORD language,
+                                   LPWSTR text, DWORD capacity, va_list* arguments) {
+    constexpr std::wstring_view kLocalText = L"Zugriff verweigert\r\n";
+    const bool is_known = language != 0 ? script.has_english_texts : script.has_local_texts;
+    if (!is_known) return 0;
+    if (language != 0) {
+        return FormatMessageW(flags, source, error, language, text, capacity, arguments);
+    }
+    return static_cast<DWORD>(kLocalText.copy(text, capacity));
 }
 
 inline bool has_mark(std::wstring_view path, std::wstring_view mark) {
@@ -115,6 +129,7 @@ inline HANDLE WINAPI find_first(const wchar_t* pattern, FINDEX_INFO_LEVELS level
         const std::lock_guard lock(cloud_mutex);
         enumerating_threads.insert(GetCurrentThreadId());
     }
+    if (script.destroyed_by_its_walk != nullptr) ss_destroy(script.destroyed_by_its_walk);
     if (has_mark(pattern, L"mark unopenable")) return fail(script.open_error, INVALID_HANDLE_VALUE);
     HANDLE const handle = FindFirstFileExW(pattern, level, out, search, filter, flags);
     if (handle == INVALID_HANDLE_VALUE) return handle;

@@ -32,6 +32,7 @@ protected:
         replace("WaitForSingleObject", &wait);
         replace("FlsSetValue", &set_slot);
         replace("GetProcAddress", &get_procedure);
+        replace("FormatMessageW", &format_message);
         const std::lock_guard lock(cloud_mutex);
         cloud_modes.clear();
         enumerating_threads.clear();
@@ -173,6 +174,18 @@ TEST_F(PlatformPatchTest, errors_of_the_status_query_tell_missing_from_the_rest)
         EXPECT_NE(text.find(path("tree")), std::string::npos) << text;
         EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos) << text;
     }
+}
+
+TEST_F(PlatformPatchTest,
+       error_without_an_english_text_is_told_in_the_systems_language_or_by_number) {
+    make_folder("tree");
+    script.status_error = 5;
+    script.has_english_texts = false;
+    EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
+    EXPECT_EQ(error(), "status: Zugriff verweigert: \"" + path("tree") + "\"");
+    script.has_local_texts = false;
+    EXPECT_EQ(build_tree().state, SS_ENGINE_FAILED);
+    EXPECT_EQ(error(), "status: system error 5: \"" + path("tree") + "\"");
 }
 
 TEST_F(PlatformPatchTest, scope_that_is_a_link_is_judged_by_what_it_leads_to) {
@@ -324,6 +337,16 @@ TEST_F(PlatformPatchTest, destroying_ends_the_process_when_its_join_fails) {
         {
             script.joins_fail = true;
             ss_destroy(engine_);
+        },
+        "");
+}
+
+TEST_F(PlatformPatchTest, thread_that_destroys_its_own_engine_ends_the_process) {
+    make_file("tree/f");
+    EXPECT_DEATH(
+        {
+            script.destroyed_by_its_walk = engine_;
+            build_tree();
         },
         "");
 }
