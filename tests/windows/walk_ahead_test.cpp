@@ -171,7 +171,7 @@ TEST_F(WalkAheadTest, cancel_ends_every_reader_before_its_next_child) {
     EXPECT_LT(end.entries, kEntries);
     EXPECT_EQ(disk->open, 0);
     // Only a thread that was in the system's call at the moment may still have brought one.
-    EXPECT_LE(after_cancel, 4);
+    EXPECT_LE(after_cancel, static_cast<int>(disk->threads.size()));
     EXPECT_FALSE(std::filesystem::exists(scratch_ / "cache"));
     CloseHandle(held);
     CloseHandle(go_on);
