@@ -94,11 +94,11 @@ inline ByteKinds byte_kinds_padded(const char* text, std::size_t bytes) {
     return {nuls != 0, highs != 0};
 }
 
-// Prefetches bytes that will be read soon. Any address will do.
-inline void prefetch_bytes(const void* from, std::size_t bytes) {
-    constexpr std::size_t kLine = 64;
-    const char* const first = static_cast<const char*>(from);
-    for (std::size_t at = 0; at < bytes; at += kLine) _mm_prefetch(first + at, _MM_HINT_T0);
+inline constexpr std::size_t kCacheLineBytes = 64;
+
+// Prefetches the line of a byte that will be read soon. Any address will do.
+inline void prefetch_line(const char* byte) {
+    _mm_prefetch(byte, _MM_HINT_T0);
 }
 
 }  // namespace system_search

@@ -1,9 +1,11 @@
 #include "index/cache_writer.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <vector>
 
+#include "common/bytes.hpp"
 #include "common/path.hpp"
 #include "index/cache_format.hpp"
 #include "index/file_retry.hpp"
@@ -124,8 +126,10 @@ private:
     bool failed_ = false;
 };
 
-// `stored` is room for the texts of a shard.
-void write_shard(const Shard& shard, std::vector<char>& stored, Output& output) {
+// The texts of `next` are prefetched, a line for each record written: without that a quarter of the
+// time went into waiting for them. `stored` is room for the texts of a shard.
+void write_shard(const Shard& shard, const Shard& next, std::vector<char>& stored, Output& output) {
+    const char* const ahead = next.texts().data();
     const std::string_view texts = shard.texts();
     if (stored.size() < texts.size() + 2 * kTextPadding) {
         stored.resize(texts.size() + 2 * kTextPadding);
@@ -137,6 +141,7 @@ void write_shard(const Shard& shard, std::vector<char>& stored, Output& output) 
     for (const FolderRun& run : shard.runs()) {
         const std::string_view folder = stored_text(shard.folded_folder(run));
         for (std::uint32_t i = run.first; i < shard.end_of(run); ++i) {
+            prefetch_line(ahead + i * kCacheLineBytes);
             output.record(folder, stored_text(shard.folded_name(i)),
                           shard.has(kFolderBit, i) ? kKindFolder : kKindFile);
         }
@@ -152,9 +157,10 @@ void write_contents(const CacheContents& contents, const std::atomic<bool>& canc
     output.integer(contents.skipped);
     output.integer(contents.limited);
     std::vector<char> stored;
-    for (const auto& shard : snapshot.shards) {
+    const ShardList& shards = snapshot.shards;
+    for (std::size_t i = 0; i < shards.size(); ++i) {
         if (cancel.load() || output.failed()) return;
-        write_shard(*shard, stored, output);
+        write_shard(*shards[i], *shards[std::min(i + 1, shards.size() - 1)], stored, output);
     }
 }
 

@@ -69,7 +69,7 @@ void keep_names_if(const Shard& shard, EntryBits& bits, const std::atomic<bool>&
     constexpr std::uint32_t kAhead = 12;
     for (std::uint32_t i = 0; i < count && !cancel; ++i) {
         const std::uint32_t ahead = entries[i + kAhead < count ? i + kAhead : count - 1];
-        prefetch_bytes(shard.folded_name(ahead).data(), 1);
+        prefetch_line(shard.folded_name(ahead).data());
         const std::uint32_t entry = entries[i];
         bits[entry / 64] &= ~(std::uint64_t{!keep(entry)} << entry % 64);
     }
