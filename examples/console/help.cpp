@@ -19,7 +19,7 @@ USAGE
   system-search --version
 
 COMMANDS
-  index     catalogue a folder, or every local drive, and say how it went
+  index     index a folder, or every local drive, and say how it went
   search    find names below a folder, or on every local drive
   list      find names directly in one folder, without an index
 
@@ -40,7 +40,7 @@ EXAMPLES
   system-search list C:\Windows *.exe
 )";
 
-constexpr const char* kIndexPage = R"(system-search index - catalogue a folder, or every local drive
+constexpr const char* kIndexPage = R"(system-search index - index a folder, or every local drive
 
 USAGE
   system-search index [FOLDER] [--cache FILE] [--rebuild] [--json] [--quiet]

@@ -20,17 +20,17 @@ void search_closed(SearchPane* pane);
 void show_rows(SearchPane* pane, uint32_t count, const char* sentence);
 
 /* The index in use, and the one that is to replace it. */
-typedef struct Catalogue {
+typedef struct Engines {
     SystemSearchEngine* current;
     SystemSearchEngine* next; /* null when no rebuild is under way */
     const char* scope;
     const char* cache_path;
-} Catalogue;
+} Engines;
 
-int catalogue_open(Catalogue* catalogue);
-int catalogue_rebuild(Catalogue* catalogue);
-int catalogue_tick(Catalogue* catalogue);
-void catalogue_close(Catalogue* catalogue);
+int engines_open(Engines* engines);
+int engines_rebuild(Engines* engines);
+int engines_tick(Engines* engines);
+void engines_close(Engines* engines);
 
 int cache_path(char* path, int size);
 void describe_outcome(const QueryStatus* outcome, char* sentence, size_t size);

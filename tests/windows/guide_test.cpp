@@ -96,46 +96,46 @@ TEST_F(Guide, the_list_shows_the_last_text_and_follows_the_growing_index) {
 TEST_F(Guide, a_rebuild_replaces_the_index_when_it_is_ready) {
     const std::string scope = tree();
     const std::string cache_file = cache();
-    Catalogue catalogue = {nullptr, nullptr, scope.c_str(), cache_file.c_str()};
-    ASSERT_TRUE(catalogue_open(&catalogue));
-    wait_for(catalogue.current);
-    SystemSearchEngine* first = catalogue.current;
+    Engines engines = {nullptr, nullptr, scope.c_str(), cache_file.c_str()};
+    ASSERT_TRUE(engines_open(&engines));
+    wait_for(engines.current);
+    SystemSearchEngine* first = engines.current;
 
     add("gamma.txt");
-    ASSERT_TRUE(catalogue_rebuild(&catalogue));
-    EXPECT_FALSE(catalogue_rebuild(&catalogue)) << "one is under way";
-    while (!catalogue_tick(&catalogue)) {
-        EXPECT_EQ(catalogue.current, first);
+    ASSERT_TRUE(engines_rebuild(&engines));
+    EXPECT_FALSE(engines_rebuild(&engines)) << "one is under way";
+    while (!engines_tick(&engines)) {
+        EXPECT_EQ(engines.current, first);
         Sleep(1);
     }
-    EXPECT_NE(catalogue.current, first);
-    EXPECT_EQ(catalogue.next, nullptr);
+    EXPECT_NE(engines.current, first);
+    EXPECT_EQ(engines.next, nullptr);
     EngineStatus build;
-    ss_status(catalogue.current, &build);
+    ss_status(engines.current, &build);
     EXPECT_EQ(build.entries, 3u);
-    catalogue_close(&catalogue);
+    engines_close(&engines);
 
-    ASSERT_TRUE(catalogue_open(&catalogue));
-    wait_for(catalogue.current);
-    ss_status(catalogue.current, &build);
+    ASSERT_TRUE(engines_open(&engines));
+    wait_for(engines.current);
+    ss_status(engines.current, &build);
     EXPECT_EQ(build.from_cache, 1u);
     EXPECT_EQ(build.entries, 3u);
-    catalogue_close(&catalogue);
+    engines_close(&engines);
 }
 
 TEST_F(Guide, a_rebuild_that_fails_leaves_the_index_in_use) {
     const std::string scope = tree();
-    Catalogue catalogue = {nullptr, nullptr, scope.c_str(), ""};
-    ASSERT_TRUE(catalogue_open(&catalogue));
-    wait_for(catalogue.current);
-    SystemSearchEngine* first = catalogue.current;
+    Engines engines = {nullptr, nullptr, scope.c_str(), ""};
+    ASSERT_TRUE(engines_open(&engines));
+    wait_for(engines.current);
+    SystemSearchEngine* first = engines.current;
     fs::remove_all(folder_ / "tree");
-    ASSERT_TRUE(catalogue_rebuild(&catalogue));
-    wait_for(catalogue.next);
-    EXPECT_EQ(catalogue_tick(&catalogue), 0);
-    EXPECT_EQ(catalogue.current, first);
-    EXPECT_EQ(catalogue.next, nullptr);
-    catalogue_close(&catalogue);
+    ASSERT_TRUE(engines_rebuild(&engines));
+    wait_for(engines.next);
+    EXPECT_EQ(engines_tick(&engines), 0);
+    EXPECT_EQ(engines.current, first);
+    EXPECT_EQ(engines.next, nullptr);
+    engines_close(&engines);
 }
 
 TEST_F(Guide, the_cache_lies_in_the_users_local_folder) {
