@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "common/text.hpp"
 #include "index/signature.hpp"
 
 #include <emmintrin.h>
@@ -27,15 +26,11 @@ NameMatcher::NameMatcher(const NameTerms& terms)
     }
 }
 
-NameMatcher::Tell NameMatcher::tell_of(const NameTerms& terms) const {
+NameMatcher::Tell NameMatcher::tell_of(const NameTerms& terms) {
     if (terms.is_end_only || !terms.begin.empty()) return Tell::kName;
-    if (terms.inner.empty()) {
-        if (terms.end.empty()) return Tell::kSignature;
-        return match_case_ && has_upper_ascii(terms.end) ? Tell::kName : Tell::kExtension;
-    }
+    if (terms.inner.empty()) return terms.end.empty() ? Tell::kSignature : Tell::kExtension;
     if (terms.inner.size() > 1 || !terms.end.empty()) return Tell::kName;
     const std::string_view text = terms.inner[0].text();
-    if (match_case_ && has_upper_ascii(text)) return Tell::kName;
     const bool has_bit = (text.size() == 1 && has_own_bit(text[0])) ||
                          (text.size() == 2 && has_own_bit(text[0], text[1]));
     return has_bit ? Tell::kSignature : Tell::kExtension;

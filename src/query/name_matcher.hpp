@@ -34,7 +34,7 @@ public:
 private:
     // What of a name may be enough to tell that it matches.
     enum class Tell { kName, kSignature, kExtension };
-    Tell tell_of(const NameTerms& terms) const;
+    static Tell tell_of(const NameTerms& terms);
     void known_matches(const Shard& shard, EntryBits& bits) const;
     void keep_extensions(const Shard& shard, EntryBits& bits) const;
     bool matches(std::string_view name) const;

@@ -45,18 +45,21 @@ private:
     template <typename Mask>  // a bit for each byte of the text, and for its end
     bool lie_in_short(std::string_view text) const {
         static_assert(kTextPadding >= 32);
-        constexpr std::size_t kVectors = sizeof(Mask) / 2;
-        __m128i vectors[kVectors];
-        for (std::size_t i = 0; i < kVectors; ++i) {
-            vectors[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data()) + i);
-        }
+        const auto vector = [&](std::size_t at) {
+            return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + at));
+        };
+        constexpr bool kIsLong = sizeof(Mask) == 8;
+        const __m128i bytes_0 = vector(0);
+        const __m128i bytes_16 = vector(16);
+        const __m128i bytes_32 = kIsLong ? vector(32) : bytes_0;
+        const __m128i bytes_48 = kIsLong ? vector(48) : bytes_0;
+        const auto equal = [](__m128i bytes, __m128i symbol) {
+            return Mask{static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, symbol)))};
+        };
         const auto places_of = [&](__m128i symbol) {
-            Mask places = 0;
-            for (std::size_t i = 0; i < kVectors; ++i) {
-                const __m128i equal = _mm_cmpeq_epi8(vectors[i], symbol);
-                places |= static_cast<Mask>(static_cast<unsigned>(_mm_movemask_epi8(equal)))
-                          << 16 * i;
-            }
+            Mask places = equal(bytes_0, symbol) | equal(bytes_16, symbol) << 16;
+            if constexpr (kIsLong)
+                places |= equal(bytes_32, symbol) << 32 | equal(bytes_48, symbol) << 48;
             return places;
         };
         // Each literal is taken where it ends first. What is left for the next are all places from

@@ -53,7 +53,6 @@ std::optional<PathMatcher::Rest> PathMatcher::rest_after(std::size_t literals) c
     }
     const std::string_view cut = terms.inner[0].text();
     terms.begin = name_part(cut);
-    if (terms.begin.empty()) return std::nullopt;  // it would lie in the folder
     terms.inner = terms.inner.subspan(1);
     return rest_with(folder_part(cut), terms);
 }

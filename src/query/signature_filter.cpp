@@ -16,7 +16,7 @@ void SignatureFilter::require_bit(unsigned signature_bit) {
 
 void SignatureFilter::require(std::string_view text, bool begins, bool ends, bool match_case) {
     char before = '\0';
-    bool has_before = begins && (ends || !text.empty());
+    bool has_before = begins;
     for (const char byte : text) {
         const char folded = fold(byte);
         require_bit(byte_bit(folded));

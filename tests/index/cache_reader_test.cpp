@@ -111,6 +111,15 @@ TEST_F(CacheReader, reads_shards_of_longest_paths) {
     EXPECT_EQ(entries_of(*cached.index), entries);
 }
 
+// What the short reads have left of the room for a piece is all that the next one may fill.
+TEST_F(CacheReader, reads_no_more_than_there_is_room_for) {
+    const std::vector<PathAndKind> entries(64, {"C:/" + std::string(32765, 'x'), 1});
+    const std::string bytes = cache_bytes("C:/", entries);
+    simulated::set_largest_read(1000, /*reads=*/31);  // within the first path
+    ASSERT_EQ(read(bytes), kComplete);
+    EXPECT_EQ(entries_of(*cached.index), entries);
+}
+
 TEST_F(CacheReader, reads_the_file_once_and_in_large_pieces) {
     const std::string bytes = cache_bytes("C:/", sample_entries(200'000));
     ASSERT_GT(bytes.size(), std::size_t{5} << 20);

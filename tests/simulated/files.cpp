@@ -65,9 +65,10 @@ void write_file(std::u16string_view path, std::string_view bytes) {
     found.node->contents = std::make_shared<Contents>(Contents{std::string(bytes), 0});
 }
 
-void set_largest_read(std::size_t bytes) {
+void set_largest_read(std::size_t bytes, std::size_t reads) {
     const std::lock_guard lock(volume().mutex);
     volume().largest_read = bytes;
+    volume().reads_cut_short = bytes == 0 ? 0 : reads;
 }
 
 void set_disk_room(std::uint64_t bytes) {
@@ -121,7 +122,10 @@ Error File::read(void* buffer, std::size_t bytes, std::size_t& got) noexcept {
     if (const Error failure = fault(*file.node, &NodeFaults::read)) return failure;
     const std::uint64_t size = file.contents->size();
     if (file.position >= size) return kSuccess;
-    if (volume().largest_read != 0) bytes = std::min(bytes, volume().largest_read);
+    if (volume().reads_cut_short != 0) {
+        --volume().reads_cut_short;
+        bytes = std::min(bytes, volume().largest_read);
+    }
     got = static_cast<std::size_t>(std::min<std::uint64_t>(bytes, size - file.position));
     const std::string& all = file.contents->bytes;
     std::size_t stored = 0;

@@ -90,6 +90,7 @@ struct Volume {
     std::vector<std::pair<std::u16string, std::uint32_t>> drives;
     std::u16string current_folder = u"C:\\";
     std::size_t largest_read = 0;
+    std::size_t reads_cut_short = 0;  // how many are left
     std::uint64_t disk_room = UINT64_MAX;
     bool partial_writes = false;
     std::int64_t clock = 0;  // while it is frozen

@@ -238,7 +238,7 @@ void reset() {
     all.roots.clear();
     all.drives.clear();
     all.current_folder = u"C:\\";
-    all.largest_read = 0;
+    all.reads_cut_short = 0;
     all.disk_room = UINT64_MAX;
     all.partial_writes = false;
     all.clock_is_frozen = false;

@@ -103,8 +103,9 @@ void add_drive(std::u16string_view root, std::uint32_t type);
 
 std::string read_file(std::u16string_view path);                    // throws when it is not a file
 void write_file(std::u16string_view path, std::string_view bytes);  // creates or replaces
-// A single read gives at most so many bytes. 0: as many as asked for.
-void set_largest_read(std::size_t bytes);
+// A single read gives at most so many bytes. 0: as many as asked for. Only the next `reads` of them
+// are cut short.
+void set_largest_read(std::size_t bytes, std::size_t reads = SIZE_MAX);
 // How many more bytes the disk takes before it is full. Removing a file gives nothing back.
 void set_disk_room(std::uint64_t bytes);
 
