@@ -30,7 +30,6 @@ void RuleMatcher::match_paths(Subject& subject, EntryBits& bits,
                               const std::atomic<bool>& cancel) const {
     const Shard& shard = subject.shard();
     for (const FolderRun& run : shard.runs()) {
-        if (cancel) return;
         std::uint64_t any = 0;
         for_words(run.first, shard.end_of(run),
                   [&](std::uint32_t word, std::uint64_t mask) { any |= bits[word] & mask; });

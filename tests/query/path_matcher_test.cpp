@@ -10,13 +10,14 @@ namespace {
 
 using Paths = std::vector<std::string>;
 
-Paths matching(const Paths& paths, const char* text, std::uint32_t flags = 0) {
+Paths matching(const Paths& paths, const char* text, std::uint32_t flags = 0,
+               bool is_cancelled = false) {
     const Shard shard = shard_of(paths);
     const Pattern pattern(text, flags | SS_MATCH_PATH);
     const PathMatcher matcher(pattern);
     Subject subject(pattern.match_case);
     subject.set_shard(shard);
-    const std::atomic<bool> cancel{false};
+    const std::atomic<bool> cancel{is_cancelled};
     return left_over(shard, [&](EntryBits& bits) { matcher.match(subject, bits, cancel); });
 }
 
@@ -54,6 +55,13 @@ TEST(PathMatcher, sees_what_was_stored_where_case_matters) {
     EXPECT_EQ(matching(kPaths, "src/main", SS_MATCH_CASE),
               (Paths{"c:/src/main.c", "c:/src/main/a"}));
     EXPECT_EQ(matching(kPaths, "SRC", SS_MATCH_CASE), Paths{});
+}
+
+// Bits that are left as they were mean nothing: whoever cancelled does not look at them.
+TEST(PathMatcher, looks_at_no_folder_when_cancelled) {
+    const Paths paths = {"c:/src/main.c", "d:/src/x"};
+    EXPECT_EQ(matching(paths, "src/nothing"), Paths{});
+    EXPECT_EQ(matching(paths, "src/nothing", 0, /*is_cancelled=*/true), paths);
 }
 
 }  // namespace

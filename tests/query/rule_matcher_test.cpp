@@ -10,9 +10,10 @@ namespace {
 
 using Paths = std::vector<std::string>;
 
-Paths matching(const Paths& paths, const char* text, std::uint32_t flags = 0) {
+Paths matching(const Paths& paths, const char* text, std::uint32_t flags = 0,
+               bool is_cancelled = false) {
     const Shard shard = shard_of(paths);
-    const std::atomic<bool> cancel{false};
+    const std::atomic<bool> cancel{is_cancelled};
     const Pattern pattern(text, flags);
     const RuleMatcher matcher(pattern, cancel);
     Subject subject(pattern.match_case);
@@ -45,6 +46,15 @@ TEST(RuleMatcher, takes_a_code_point_of_every_class_of_bytes_for_one_mark) {
     EXPECT_EQ(matching(paths, "?.x"), expected);
     EXPECT_EQ(matching(paths, "?.*"), expected);
     EXPECT_EQ(matching(paths, "??.*").size(), 64u);
+}
+
+// Bits that are left as they were mean nothing: whoever cancelled does not look at them.
+TEST(RuleMatcher, looks_at_no_entry_when_cancelled) {
+    const Paths paths = {"c:/xa", "d:/xb"};
+    for (const std::uint32_t flags : {0u, std::uint32_t{SS_MATCH_PATH}}) {
+        EXPECT_EQ(matching(paths, "?x?", flags), Paths{});
+        EXPECT_EQ(matching(paths, "?x?", flags, /*is_cancelled=*/true), paths);
+    }
 }
 
 }  // namespace
