@@ -302,6 +302,21 @@ void WatchedProgram::ask_to_close() const {
     PostMessageW(main_window(), WM_CLOSE, 0, 0);
 }
 
+double WatchedProgram::closing_time_ms() const {
+    LARGE_INTEGER frequency;
+    LARGE_INTEGER started;
+    LARGE_INTEGER ended;
+    QueryPerformanceFrequency(&frequency);
+    QueryPerformanceCounter(&started);
+    ask_to_close();
+    if (WaitForSingleObject(process_, kAnswerLimitMs) != WAIT_OBJECT_0) {
+        throw std::runtime_error("the program does not end");
+    }
+    QueryPerformanceCounter(&ended);
+    return 1000.0 * static_cast<double>(ended.QuadPart - started.QuadPart) /
+           static_cast<double>(frequency.QuadPart);
+}
+
 void WatchedProgram::change_dpi(int dpi) const {
     send(main_window(), WM_DPICHANGED, MAKEWPARAM(dpi, dpi), 0);
 }

@@ -52,6 +52,8 @@ public:
     std::vector<std::wstring> box() const;
 
     void ask_to_close() const;
+    /// Closes the window and waits until the program has ended.
+    double closing_time_ms() const;
     void change_dpi(int dpi) const;
     /// A message without parameters.
     void tell(UINT message) const;

@@ -10,6 +10,8 @@
 //   state title status text count row rows selected focused top visible width checked choice
 //   choices focus place place_of place_of_row place_of_column box handles clipboard
 //   close dpi tell put choose opened windows drop_target hovered dropped x_window spoken arrow
+//   lines_with TEXT FILE    how many lines of a file begin with a text
+//   closing_time            closes the window; the milliseconds to the program's end
 #include <windows.h>
 // After windows.h.
 #include <fcntl.h>
@@ -122,6 +124,13 @@ Lines opened(const std::string& record) {
     return lines;
 }
 
+std::string lines_with(const std::string& beginning, const std::string& path) {
+    std::ifstream file(std::filesystem::path(widen(path)));
+    int count = 0;
+    for (std::string line; std::getline(file, line);) count += line.rfind(beginning, 0) == 0;
+    return std::to_string(count);
+}
+
 class Probe {
 public:
     Lines answer(const std::string& command) {
@@ -154,6 +163,11 @@ public:
         if (verb == "windows") return windows();
         if (verb == "clipboard") return clipboard();
         if (verb == "opened") return opened(rest(words));
+        if (verb == "lines_with") {
+            std::string beginning;
+            words >> beginning;
+            return {lines_with(beginning, rest(words))};
+        }
         if (verb == "drop_target") {
             RECT place{};
             words >> place.left >> place.top >> place.right >> place.bottom;
@@ -223,6 +237,7 @@ private:
         if (verb == "spoken") return {narrow(watched.spoken_name(number()))};
         if (verb == "x_window") return {std::to_string(watched.number_on_screen())};
         if (verb == "handles") return handles(watched);
+        if (verb == "closing_time") return {std::to_string(watched.closing_time_ms())};
         return change(verb, watched, number);
     }
 
