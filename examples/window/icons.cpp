@@ -4,6 +4,8 @@
 #include <shellapi.h>
 #include <shlobj.h>
 
+#include <algorithm>
+
 #include "paths.hpp"
 #include "wide_text.hpp"
 
@@ -89,25 +91,30 @@ Icons::~Icons() {
 }
 
 void Icons::forget_copies() {
-    if (copies_) ImageList_Destroy(copies_);
-    copies_ = nullptr;
-    copy_of_.clear();
+    if (memory_) DeleteDC(memory_);
+    memory_ = nullptr;
+    for (const auto& [index, copy] : copies_) DeleteObject(copy);
+    copies_.clear();
 }
 
-int Icons::flat_copy(HDC dc, int index) {
-    const auto known = copy_of_.find(index);
-    if (known != copy_of_.end()) return known->second;
-    if (!copies_) copies_ = ImageList_Create(size_, size_, ILC_COLOR24, 16, 16);
-    HDC memory = CreateCompatibleDC(dc);
-    HBITMAP bitmap = CreateCompatibleBitmap(dc, size_, size_);
-    HGDIOBJ before = SelectObject(memory, bitmap);
+/* Selects the copy into memory_; draws it first when there is none yet. */
+void Icons::select_copy(HDC dc, int index) {
+    if (!memory_) memory_ = CreateCompatibleDC(dc);
+    const auto known = copies_.find(index);
+    if (known != copies_.end()) {
+        SelectObject(memory_, known->second);
+        return;
+    }
+    HBITMAP copy = CreateCompatibleBitmap(dc, size_, size_);
+    copies_[index] = copy;
+    SelectObject(memory_, copy);
     const RECT all{0, 0, size_, size_};
-    FillRect(memory, &all, GetSysColorBrush(COLOR_WINDOW));
+    FillRect(memory_, &all, GetSysColorBrush(COLOR_WINDOW));
     IMAGELISTDRAWPARAMS how{};
     how.cbSize = sizeof how;
     how.himl = IImageListToHIMAGELIST(list_);
     how.i = index;
-    how.hdcDst = memory;
+    how.hdcDst = memory_;
     how.cx = size_;
     how.cy = size_;
     how.rgbBk = CLR_NONE;
@@ -117,19 +124,13 @@ int Icons::flat_copy(HDC dc, int index) {
     list_->GetIconSize(&width, &height);
     how.fStyle = ILD_TRANSPARENT | (width == size_ ? 0u : static_cast<UINT>(ILD_SCALE));
     list_->Draw(&how);
-    SelectObject(memory, before);
-    const int copy = ImageList_Add(copies_, bitmap, nullptr);
-    DeleteObject(bitmap);
-    DeleteDC(memory);
-    copy_of_[index] = copy;
-    return copy;
 }
 
-void Icons::draw(HDC dc, int x, int y, std::string_view name, bool is_folder) {
+void Icons::draw(HDC dc, int x, int y, int room, std::string_view name, bool is_folder) {
     const int index = index_of(name, is_folder);
     if (index < 0 || !list_) return;
-    const int copy = flat_copy(dc, index);  // it makes the list of copies
-    ImageList_Draw(copies_, copy, dc, x, y, ILD_NORMAL);
+    select_copy(dc, index);
+    BitBlt(dc, x, y, std::min(size_, room), size_, memory_, 0, 0, SRCCOPY);
 }
 
 }  // namespace window

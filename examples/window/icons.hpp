@@ -30,7 +30,8 @@ public:
     void colors_changed() { forget_copies(); }
     void arrived(WPARAM index, LPARAM number);
 
-    void draw(HDC dc, int x, int y, std::string_view name, bool is_folder);
+    /* No wider than `room`. */
+    void draw(HDC dc, int x, int y, int room, std::string_view name, bool is_folder);
 
 private:
     struct Icon {
@@ -38,7 +39,7 @@ private:
         LPARAM number = 0;
     };
     int index_of(std::string_view name, bool is_folder);
-    int flat_copy(HDC dc, int index);
+    void select_copy(HDC dc, int index);
     void forget_copies();
     void ask(const std::wstring& name, DWORD attributes, LPARAM number);
 
@@ -46,10 +47,11 @@ private:
     const UINT message_;
     std::map<std::string, Icon, std::less<>> icons_;  // "/" is the folder's, "" any file's
     IImageList* list_ = nullptr;                      // the system's, of the size that fits best
-    // Blending each icon with the background of its row takes longer than all else in the row, so
-    // it is done once: copies of the icons on the window's colour, without transparency.
-    HIMAGELIST copies_ = nullptr;
-    std::map<int, int> copy_of_;  // from the system's index
+    // Blending each icon with the background of its row takes longer than all else in the row, and
+    // so does a device context made anew for it. So both are done once: copies of the icons on the
+    // window's colour, without transparency, and what they are copied from.
+    std::map<int, HBITMAP> copies_;  // by the system's index
+    HDC memory_ = nullptr;
     int size_ = 16;
     std::unique_ptr<Worker> worker_;
 };

@@ -64,14 +64,15 @@ public:
     Line(const Line&) = delete;
     Line& operator=(const Line&) = delete;
 
-    void draw(int x, int y) const {
+    /* Nothing outside `clip`: clip regions would cost more than the letters. */
+    void draw(int x, int y, const RECT& clip) const {
         if (analysis_) {
-            ScriptStringOut(analysis_, x, y, 0, nullptr, 0, 0, FALSE);
+            ScriptStringOut(analysis_, x, y, ETO_CLIPPED, &clip, 0, 0, FALSE);
             return;
         }
         std::vector<int> advances(ends_);
         std::adjacent_difference(advances.begin(), advances.end(), advances.begin());
-        ExtTextOutW(dc_, x, y, 0, nullptr, text_.c_str(), static_cast<UINT>(text_.size()),
+        ExtTextOutW(dc_, x, y, ETO_CLIPPED, &clip, text_.c_str(), static_cast<UINT>(text_.size()),
                     advances.empty() ? nullptr : advances.data());
     }
 
@@ -117,9 +118,9 @@ CellColors cell_colors(bool is_selected, bool list_has_focus) {
 
 void paint_name(HDC dc, const RECT& cell, std::wstring text, const std::vector<Range>& matched,
                 const CellColors& colors) {
-    const int saved = SaveDC(dc);
-    IntersectClipRect(dc, cell.left, cell.top, cell.right, cell.bottom);
-    SetBkColor(dc, colors.background);
+    const COLORREF color_before = SetTextColor(dc, colors.text);
+    const COLORREF background_before = SetBkColor(dc, colors.background);
+    const int mode_before = SetBkMode(dc, TRANSPARENT);
     ExtTextOutW(dc, 0, 0, ETO_OPAQUE, &cell, L"", 0, nullptr);
 
     TEXTMETRICW metrics{};
@@ -128,10 +129,8 @@ void paint_name(HDC dc, const RECT& cell, std::wstring text, const std::vector<R
     const int x = cell.left + padding;
     const int y = cell.top + (cell.bottom - cell.top - metrics.tmHeight) / 2;
     const std::size_t kept = shorten(dc, text, cell.right - padding - x);
-    SetBkMode(dc, TRANSPARENT);
-    SetTextColor(dc, colors.text);
     const Line line(dc, text);
-    line.draw(x, y);
+    line.draw(x, y, cell);
 
     // The whole text is drawn again where it matches: only so do its letters keep their shapes.
     SetTextColor(dc, colors.match);
@@ -140,16 +139,17 @@ void paint_name(HDC dc, const RECT& cell, std::wstring text, const std::vector<R
         int right = 0;
         const Range visible{range.begin, std::min(range.end, kept)};
         if (visible.begin >= visible.end || !line.find(visible, left, right)) continue;
-        const RECT part{x + left, cell.top, x + right + 1, cell.bottom};
-        const int inner = SaveDC(dc);
-        IntersectClipRect(dc, part.left, part.top, part.right, part.bottom);
+        const RECT stroke{x + left, cell.top, x + right + 1, cell.bottom};
+        RECT part{};
+        IntersectRect(&part, &stroke, &cell);
         ExtTextOutW(dc, 0, 0, ETO_OPAQUE, &part, L"", 0, nullptr);
-        line.draw(x, y);
+        line.draw(x, y, part);
         // A second stroke beside the first makes it bold without making it wider.
-        line.draw(x + 1, y);
-        RestoreDC(dc, inner);
+        line.draw(x + 1, y, part);
     }
-    RestoreDC(dc, saved);
+    SetBkMode(dc, mode_before);
+    SetBkColor(dc, background_before);
+    SetTextColor(dc, color_before);
 }
 
 }  // namespace window

@@ -295,6 +295,7 @@ void ResultList::fill(NMLVDISPINFOW& wanted) {
 LRESULT ResultList::paint(NMLVCUSTOMDRAW& draw) {
     switch (draw.nmcd.dwDrawStage) {
         case CDDS_PREPAINT:
+            has_focus_ = GetFocus() == list_;
             return CDRF_NOTIFYITEMDRAW;
         case CDDS_ITEMPREPAINT:
             return CDRF_NOTIFYSUBITEMDRAW;
@@ -312,29 +313,26 @@ void ResultList::paint_first_cell(HDC dc, int index) {
     const std::string_view name = name_of(result.path);
     const bool is_held = !result.path.empty();
     const bool is_selected = ListView_GetItemState(list_, index, LVIS_SELECTED) != 0;
-    const CellColors colors = cell_colors(is_selected, GetFocus() == list_);
+    const CellColors colors = cell_colors(is_selected, has_focus_);
 
     RECT icon{};
-    RECT label{};
+    RECT cell{};
     ListView_GetItemRect(list_, index, &icon, LVIR_ICON);
-    ListView_GetItemRect(list_, index, &label, LVIR_LABEL);
-    // A column may be narrower than an icon.
-    const int saved = SaveDC(dc);
-    IntersectClipRect(dc, label.left - (icon.right - icon.left) - 4, label.top, label.right,
-                      label.bottom);
+    // The name's own rectangle would cost more: the list measures the text for it.
+    ListView_GetItemRect(list_, index, &cell, LVIR_BOUNDS);
+    cell.right = cell.left + ListView_GetColumnWidth(list_, 0);
+    const RECT label{std::min(icon.right, cell.right), cell.top, cell.right, cell.bottom};
     const int left = static_cast<int>(icon.left + (icon.right - icon.left - icon_size_) / 2);
     const int top = static_cast<int>(icon.top + (icon.bottom - icon.top - icon_size_) / 2);
     if (is_held) {
-        icons_.draw(dc, left, top, name, result.kind == ss::Kind::kFolder);
+        // A column may be narrower than an icon.
+        icons_.draw(dc, left, top, static_cast<int>(cell.right) - left, name,
+                    result.kind == ss::Kind::kFolder);
     }
     const std::vector<Range> matched = in_utf16(
         highlight(result.path, question_.text, question_.matches_path(), question_.match_case),
         name);
-    const auto font = reinterpret_cast<HFONT>(SendMessageW(list_, WM_GETFONT, 0, 0));
-    HGDIOBJ before = SelectObject(dc, font);
     paint_name(dc, label, to_wide(name), matched, colors);
-    SelectObject(dc, before);
-    RestoreDC(dc, saved);
 }
 
 }  // namespace window

@@ -90,6 +90,7 @@ private:
     std::uint32_t count_ = 0;
     HIMAGELIST spacer_ = nullptr;  // makes room for icons; they are painted here
     int icon_size_ = 16;
+    bool has_focus_ = false;  // asked once for all rows that are painted
     std::wstring cell_text_;  // of the cell that was asked for last
 };
 
