@@ -48,6 +48,8 @@ start_screen() {
         sleep 0.02
     done
     export DISPLAY=:$number SS_DISPLAY=:$number
+    # As on any desktop. Without it, Wine looks for a file instead at each font that is chosen.
+    xprop -root -f RESOURCE_MANAGER 8s -set RESOURCE_MANAGER $'Xft.dpi:\t96\n'
     openbox >"$scratch/openbox.log" 2>&1 &
     children+=("$!")
     # It has taken over the screen when it says so on the root window.
