@@ -45,8 +45,16 @@ bool IndexSession::is_being_read() const {
 }
 
 void IndexSession::refresh() {
+    if (!is_being_read()) {
+        read_anew();
+    } else if (report_.phase != IndexPhase::kLoading) {  // what is loaded is read anew anyway
+        report_.once_more = true;
+    }
+}
+
+void IndexSession::read_anew() {
     refresh_due_ = false;
-    if (is_being_read()) return;
+    report_.once_more = false;
     report_.refresh_trouble.clear();
     next_ = ss::Engine::create();
     if (!next_) {
@@ -68,8 +76,9 @@ bool IndexSession::tick(std::time_t now) {
     if (report_.phase == IndexPhase::kReady && refresh_due_) {
         const bool from_cache = current_.progress().from_cache;
         refresh_due_ = false;
-        if (from_cache) refresh();
+        if (from_cache) read_anew();
     }
+    if (report_.once_more && !is_being_read()) read_anew();
     return current_.handle() != searched || report_.entries != before.entries ||
            report_.phase != before.phase;
 }

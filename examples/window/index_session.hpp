@@ -29,6 +29,7 @@ struct IndexReport {
     std::optional<std::time_t> read_at;  // when the names were read; empty when nobody knows
     bool refreshing = false;             // the disk is being read behind the index in use
     std::uint32_t refreshed_entries = 0;
+    bool once_more = false;       // it will be read again when the reading that goes on has ended
     std::string refresh_trouble;  // why reading it anew came to nothing
 
     friend bool operator==(const IndexReport&, const IndexReport&) = default;
@@ -47,7 +48,8 @@ public:
     IndexSession(const IndexSession&) = delete;
     IndexSession& operator=(const IndexSession&) = delete;
 
-    /* Reads the disk anew, unless that is going on already. */
+    /* Reads the disk anew; if that is going on already, once more when it has ended, because what
+       has changed meanwhile may lie where it has been. */
     void refresh();
 
     /* Takes notice of what the builds have done. True when a search would now see other names. */
@@ -62,6 +64,7 @@ public:
 
 private:
     bool is_being_read() const;
+    void read_anew();
     void note_refresh(std::time_t now);
     void note_current(std::time_t now);
 

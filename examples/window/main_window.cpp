@@ -282,6 +282,7 @@ bool MainWindow::close_library(std::chrono::milliseconds patience) {
 
 void MainWindow::ask() {
     after_answer_ = nullptr;
+    trouble_is_old_ = true;
     if (const std::optional<Question> question = bar_->question()) {
         searches_.ask(*question, SearchPlan::Time::clock::now());
     }
@@ -289,6 +290,7 @@ void MainWindow::ask() {
 
 void MainWindow::open_scope(const std::string& scope) {
     choose_scope(settings_, scope);
+    trouble_.clear();
     bar_->fill_scopes(settings_);
     const std::wstring title =
         scope.empty() ? L"System Search" : L"System Search - " + native_wide(scope);
@@ -377,7 +379,7 @@ void MainWindow::show_answer(Found found) {
     const bool is_new = found.is_new;
     answer_ = {found.outcome.matched, found.outcome.index_entries, found.milliseconds, false};
     has_answer_ = true;
-    if (is_new) trouble_.clear();
+    if (is_new && trouble_is_old_) trouble_.clear();
     list_->show(std::move(found));
     if (!is_new) return;
     UpdateWindow(list_->handle());
@@ -420,6 +422,7 @@ void MainWindow::tell_no_memory() noexcept {
 void MainWindow::tell(const std::string& trouble) {
     if (trouble.empty()) return;
     trouble_ = trouble;
+    trouble_is_old_ = false;
     if (session_) show_status();
 }
 

@@ -97,7 +97,8 @@ private:
     NumberStyle numbers_;
     Answer answer_;
     bool has_answer_ = false;
-    std::string trouble_;                           // until the next answer
+    std::string trouble_;                           // until the next question is answered
+    bool trouble_is_old_ = false;                   // and there was a question since
     void (MainWindow::*after_answer_)() = nullptr;  // to be done when the question is answered
     bool beats_ = false;                            // the timer is set
     bool is_fine_ = false;                          // the system's clock is set to milliseconds

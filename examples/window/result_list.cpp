@@ -28,6 +28,7 @@ ResultList::ResultList(HWND parent, int id, UINT icon_message, Searches::Discard
                                 LVS_SHOWSELALWAYS | LVS_SHAREIMAGELISTS,
                             0, 0, 0, 0, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
                             nullptr, nullptr);
+    SetWindowSubclass(list_, on_list_message, 0, 0);
     constexpr DWORD kStyle = LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP;
     ListView_SetExtendedListViewStyle(list_, kStyle);
     for (int i = 0; i < static_cast<int>(kColumnCount); ++i) {
@@ -40,6 +41,23 @@ ResultList::ResultList(HWND parent, int id, UINT icon_message, Searches::Discard
         SendMessageW(list_, LVM_INSERTCOLUMNW, static_cast<WPARAM>(i),
                      reinterpret_cast<LPARAM>(&column));
     }
+}
+
+/* Who clicks on a column twice within the time of a double click means two clicks, too. */
+LRESULT CALLBACK ResultList::on_list_message(HWND list, UINT message, WPARAM wparam, LPARAM lparam,
+                                             UINT_PTR, DWORD_PTR) {
+    if (message == WM_NOTIFY) {
+        const auto& header = *reinterpret_cast<const NMHEADERW*>(lparam);
+        if (header.hdr.code == HDN_ITEMDBLCLICKW || header.hdr.code == HDN_ITEMDBLCLICKA) {
+            NMLISTVIEW click{};
+            click.hdr = {list, static_cast<UINT_PTR>(GetDlgCtrlID(list)), LVN_COLUMNCLICK};
+            click.iItem = -1;
+            click.iSubItem = header.iItem;
+            SendMessageW(GetParent(list), WM_NOTIFY, click.hdr.idFrom,
+                         reinterpret_cast<LPARAM>(&click));
+        }
+    }
+    return DefSubclassProc(list, message, wparam, lparam);
 }
 
 void ResultList::icon_arrived(WPARAM index, LPARAM number) {

@@ -57,6 +57,8 @@ public:
     void colors_changed();
 
 private:
+    static LRESULT CALLBACK on_list_message(HWND list, UINT message, WPARAM wparam, LPARAM lparam,
+                                            UINT_PTR, DWORD_PTR);
     struct Kept {
         std::vector<std::uint32_t> selected;
         std::optional<std::uint32_t> focused;

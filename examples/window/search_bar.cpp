@@ -150,7 +150,9 @@ int SearchBar::layout(int width) {
                      SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS);
     };
     put(box_label_, gap, y + label_drop, labels, line);
-    put(box_, gap + labels, y, width - 2 * gap - labels, height);
+    // The box writes at its upper edge: it gets the height that leaves the same room below.
+    const int box_height = line + 6 * GetSystemMetricsForDpi(SM_CYBORDER, static_cast<UINT>(dpi_));
+    put(box_, gap + labels, y + (height - box_height) / 2, width - 2 * gap - labels, box_height);
 
     // The second line is laid out from the right; the scope takes what is left.
     y += height + gap;

@@ -7,6 +7,12 @@ std::string names(std::uint32_t count, const NumberStyle& style) {
     return format_count(count, style) + (count == 1 ? " name" : " names");
 }
 
+std::string reading_words(std::uint32_t count, const IndexReport& report,
+                          const NumberStyle& style) {
+    return "Reading the disk: " + names(count, style) +
+           (report.once_more ? ", then once more" : "");
+}
+
 }  // namespace
 
 std::string answer_sentence(const Answer& answer, const NumberStyle& style) {
@@ -33,7 +39,7 @@ std::string index_sentence(const IndexReport& report, const std::string& moment,
         case IndexPhase::kLoading:
             return moment.empty() ? "Loading the names" : "Loading the names of " + moment;
         case IndexPhase::kReading:
-            return "Reading the disk: " + names(report.entries, style);
+            return reading_words(report.entries, report, style);
         case IndexPhase::kReady:
             sentence = moment.empty() ? names(report.entries, style) : "Names of " + moment;
             if (report.limited) sentence += ", the most that the index holds";
@@ -51,7 +57,7 @@ std::string index_sentence(const IndexReport& report, const std::string& moment,
     const bool has_stop = sentence.back() == '.';
     if (report.refreshing) {
         sentence += has_stop ? " " : ". ";
-        sentence += "Reading the disk: " + names(report.refreshed_entries, style);
+        sentence += reading_words(report.refreshed_entries, report, style);
     } else if (!report.refresh_trouble.empty()) {
         sentence += has_stop ? " " : ". ";
         sentence += "Not read anew: " + report.refresh_trouble;

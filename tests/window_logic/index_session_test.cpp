@@ -1,6 +1,8 @@
 #include "index_session.hpp"
 
 #include <memory>
+#include <new>
+#include <string>
 #include <vector>
 
 #include "session_test_support.hpp"
@@ -133,7 +135,7 @@ TEST_F(IndexSessionTest, a_damaged_cache_is_passed_over) {
     EXPECT_EQ(report().read_at, kNow);
 }
 
-TEST_F(IndexSessionTest, a_refresh_reads_anew_and_a_second_one_meanwhile_changes_nothing) {
+TEST_F(IndexSessionTest, a_refresh_reads_anew) {
     open();
     ASSERT_TRUE(settle());
     add_file(u"C:\\disk\\new.txt");
@@ -142,24 +144,81 @@ TEST_F(IndexSessionTest, a_refresh_reads_anew_and_a_second_one_meanwhile_changes
     session_->refresh();
     ASSERT_TRUE(gate.wait_until_held());
     EXPECT_TRUE(report().refreshing);
-    EXPECT_EQ(report().entries, 2u);
-    session_->refresh();
+    EXPECT_FALSE(report().once_more);
+    EXPECT_EQ(report().entries, 2u) << "the names of before, until the new ones are ready";
     gate.release();
     ASSERT_TRUE(settle());
     EXPECT_EQ(report().entries, 3u);
     EXPECT_EQ(discarded_.size(), 1u);
 }
 
-TEST_F(IndexSessionTest, a_refresh_during_the_first_reading_changes_nothing) {
+TEST_F(IndexSessionTest, refreshes_during_a_refresh_read_once_more_after_it) {
+    open();
+    ASSERT_TRUE(settle());
+    Gate gate;
+    on_child(u"C:\\disk", 2, [&] { gate.hold(); });  // the folder has been read
+    session_->refresh();
+    ASSERT_TRUE(gate.wait_until_held());
+    add_file(u"C:\\disk\\new.txt");
+    session_->refresh();
+    session_->refresh();
+    EXPECT_TRUE(report().once_more);
+    session_->tick(kNow);
+    EXPECT_TRUE(report().once_more) << "not before the reading has ended";
+    EXPECT_TRUE(discarded_.empty()) << "what is being read is read to the end";
+    gate.release();
+    ASSERT_TRUE(settle());
+    EXPECT_FALSE(report().once_more);
+    EXPECT_EQ(report().entries, 3u);
+    EXPECT_EQ(discarded_.size(), 2u) << "once more, however often it was asked for";
+}
+
+TEST_F(IndexSessionTest, a_refresh_during_the_first_reading_reads_once_more_after_it) {
+    add_generated_folder(u"C:\\disk\\many", numbered_files(2500));
+    add_file(u"C:\\disk\\z\\last.txt");
+    Gate gate;
+    on_child(u"C:\\disk\\z", 1, [&] { gate.hold(); });
+    open();
+    ASSERT_TRUE(gate.wait_until_held());
+    session_->refresh();
+    EXPECT_FALSE(report().refreshing);
+    EXPECT_TRUE(report().once_more);
+    add_file(u"C:\\disk\\new.txt");
+    gate.release();
+    ASSERT_TRUE(settle());
+    EXPECT_FALSE(report().once_more);
+    EXPECT_EQ(report().entries, 2506u);
+    EXPECT_EQ(discarded_.size(), 1u);
+}
+
+TEST_F(IndexSessionTest, a_second_reading_that_cannot_start_is_told_and_forgotten) {
     Gate gate;
     on_child(u"C:\\disk", 1, [&] { gate.hold(); });
     open();
     ASSERT_TRUE(gate.wait_until_held());
     session_->refresh();
-    EXPECT_FALSE(report().refreshing);
     gate.release();
+    ASSERT_TRUE(comes_true(
+        [&] { return session_->engine().progress().state != ss::EngineState::kRunning; }));
+    fail_platform_call(1, system_search::platform::kAccessDenied, kStartThread);
+    session_->tick(kNow);
+    forget_call_plans();
+    EXPECT_FALSE(report().once_more);
+    EXPECT_FALSE(report().refreshing);
+    EXPECT_EQ(report().phase, IndexPhase::kReady);
+    EXPECT_EQ(report().refresh_trouble, "The index could not be started.");
+}
+
+TEST_F(IndexSessionTest, a_refresh_while_the_cache_is_loaded_needs_no_second_one) {
+    write_cache();
+    open(kYesterday);
+    discarded_.clear();
+    ASSERT_EQ(report().phase, IndexPhase::kLoading);
+    session_->refresh();
+    EXPECT_FALSE(report().once_more);
     ASSERT_TRUE(settle());
-    EXPECT_TRUE(discarded_.empty());
+    EXPECT_EQ(report().read_at, kNow);
+    EXPECT_EQ(discarded_.size(), 1u);
 }
 
 TEST_F(IndexSessionTest, a_folder_that_is_gone_keeps_the_cached_names_and_says_why) {
@@ -211,6 +270,65 @@ TEST_F(IndexSessionTest, no_thread_for_the_build_is_told) {
     forget_call_plans();
     EXPECT_FALSE(report().refreshing);
     EXPECT_EQ(report().refresh_trouble, "The index could not be started.");
+}
+
+TEST_F(IndexSessionTest, no_memory_for_a_refresh_is_told_and_the_names_stay) {
+    open();
+    ASSERT_TRUE(settle());
+    bool told_of_memory = false;
+    std::uint64_t nth = 1;
+    for (bool threw = false;; ++nth, threw = false) {
+        {
+            const AllocationFault fault(nth);
+            try {
+                session_->refresh();
+            } catch (const std::bad_alloc&) {
+                threw = true;  // the window has a sentence for it
+            }
+        }
+        if (report().refreshing) break;
+        EXPECT_TRUE(threw || !report().refresh_trouble.empty()) << nth;
+        const std::string kTrouble = "There is not enough memory for an index.";
+        told_of_memory = told_of_memory || report().refresh_trouble == kTrouble;
+        session_->tick(kNow);
+        EXPECT_EQ(report().phase, IndexPhase::kReady) << nth;
+        EXPECT_EQ(report().entries, 2u) << nth;
+    }
+    EXPECT_GT(nth, 1u);
+    EXPECT_TRUE(told_of_memory);
+    ASSERT_TRUE(settle());
+    session_->refresh();
+    ASSERT_TRUE(settle());
+    EXPECT_EQ(report().refresh_trouble, "") << "the next one works";
+    EXPECT_EQ(report().entries, 2u);
+}
+
+TEST_F(IndexSessionTest, no_memory_for_the_first_index_is_told) {
+    bool told_of_memory = false;
+    for (std::uint64_t nth = 1;; ++nth) {
+        session_.reset();
+        bool threw = false;
+        {
+            const AllocationFault fault(nth);
+            try {
+                session_ = std::make_unique<IndexSession>(kScope, kCache, std::nullopt,
+                                                          [](const ss::Engine&) {});
+            } catch (const std::bad_alloc&) {
+                threw = true;
+            }
+        }
+        if (threw) continue;
+        session_->tick(kNow);
+        if (!session_->engine()) {
+            EXPECT_EQ(report().phase, IndexPhase::kFailed);
+            EXPECT_EQ(report().trouble, "There is not enough memory for an index.");
+            told_of_memory = true;
+        } else if (report().phase == IndexPhase::kReading || report().phase == IndexPhase::kReady) {
+            break;
+        }
+    }
+    EXPECT_TRUE(told_of_memory);
+    ASSERT_TRUE(settle());
 }
 
 TEST_F(IndexSessionTest, closing_cancels_both_builds_before_it_hands_either_over) {

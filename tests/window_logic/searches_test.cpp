@@ -1,5 +1,6 @@
 #include "searches.hpp"
 
+#include <new>
 #include <string>
 #include <vector>
 
@@ -113,6 +114,30 @@ TEST_F(SearchesTest, no_thread_for_a_query_is_a_failed_answer_and_the_next_quest
     EXPECT_FALSE(searches_.is_running());
     EXPECT_FALSE(searches_.is_waiting());
     searches_.ask({"f1"}, kStart);
+    const auto found = answer(searches_, kStart);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->outcome.state, ss::QueryState::kDone);
+}
+
+TEST_F(SearchesTest, no_memory_for_a_query_is_told_and_the_next_question_works) {
+    std::uint64_t nth = 1;
+    for (;; ++nth) {
+        searches_.ask({"a" + std::to_string(nth)}, kStart);
+        std::optional<Found> found;
+        bool threw = false;
+        {
+            const AllocationFault fault(nth);
+            try {
+                found = searches_.tick(engine_, kFew, kStart);
+            } catch (const std::bad_alloc&) {
+                threw = true;  // the window has a sentence for it
+            }
+        }
+        if (searches_.is_running()) break;
+        EXPECT_TRUE(threw || (found && found->outcome.state == ss::QueryState::kFailed)) << nth;
+    }
+    EXPECT_GT(nth, 1u);
+    searches_.ask({"b"}, kStart);
     const auto found = answer(searches_, kStart);
     ASSERT_TRUE(found);
     EXPECT_EQ(found->outcome.state, ss::QueryState::kDone);

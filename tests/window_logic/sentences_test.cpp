@@ -59,6 +59,18 @@ TEST(Sentences, an_index_that_is_read_anew_says_so) {
     EXPECT_EQ(about(report), "Names of today, 14:03. Reading the disk: 240,128 names");
 }
 
+TEST(Sentences, a_reading_that_is_to_be_followed_by_another_says_so) {
+    IndexReport report;
+    report.phase = IndexPhase::kReading;
+    report.entries = 1;
+    report.once_more = true;
+    EXPECT_EQ(about(report), "Reading the disk: 1 name, then once more");
+    report = ready(5);
+    report.refreshing = true;
+    report.once_more = true;
+    EXPECT_EQ(about(report), "Names of today, 14:03. Reading the disk: 0 names, then once more");
+}
+
 TEST(Sentences, trouble_of_the_index_is_told) {
     IndexReport failed;
     failed.phase = IndexPhase::kFailed;
