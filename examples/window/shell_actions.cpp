@@ -34,15 +34,14 @@ std::string error_text(DWORD error) {
     return sentence;
 }
 
-std::string execute(HWND owner, const std::string& path, const wchar_t* verb) {
+std::string execute(HWND owner, const std::string& path) {
     const std::wstring file = native_wide(path);
     if (has_vanished(file)) return vanished_sentence(std::string(name_of(path)));
     const std::wstring folder = native_wide(folder_of(path));
     SHELLEXECUTEINFOW what{};
     what.cbSize = sizeof what;
-    what.fMask = SEE_MASK_FLAG_NO_UI | (verb ? SEE_MASK_INVOKEIDLIST : 0);
+    what.fMask = SEE_MASK_FLAG_NO_UI;
     what.hwnd = owner;
-    what.lpVerb = verb;
     what.lpFile = file.c_str();
     what.lpDirectory = folder.c_str();
     what.nShow = SW_SHOWNORMAL;
@@ -56,6 +55,28 @@ struct FreeIdList {
     void operator()(ITEMIDLIST* list) const { ILFree(list); }
 };
 using IdList = std::unique_ptr<ITEMIDLIST, FreeIdList>;
+
+struct ReleaseObject {
+    void operator()(IUnknown* object) const { object->Release(); }
+};
+template <typename Interface>
+using Owned = std::unique_ptr<Interface, ReleaseObject>;
+
+/* The shell's menu for one file or folder; empty when it has none. */
+Owned<IContextMenu> context_menu(HWND owner, const std::wstring& path) {
+    const IdList list(ILCreateFromPathW(path.c_str()));
+    void* folder = nullptr;
+    LPCITEMIDLIST child = nullptr;
+    if (!list || FAILED(SHBindToParent(list.get(), __uuidof(IShellFolder), &folder, &child))) {
+        return nullptr;
+    }
+    const Owned<IShellFolder> owned(static_cast<IShellFolder*>(folder));
+    void* menu = nullptr;
+    if (FAILED(owned->GetUIObjectOf(owner, 1, &child, __uuidof(IContextMenu), nullptr, &menu))) {
+        return nullptr;
+    }
+    return Owned<IContextMenu>(static_cast<IContextMenu*>(menu));
+}
 
 bool select_in_folder(const std::string& folder, const std::vector<std::string>& paths) {
     const IdList parent(ILCreateFromPathW(native_wide(folder).c_str()));
@@ -73,7 +94,7 @@ bool select_in_folder(const std::string& folder, const std::vector<std::string>&
 }  // namespace
 
 std::string open_result(HWND owner, const std::string& path) {
-    return execute(owner, path, nullptr);
+    return execute(owner, path);
 }
 
 std::string show_in_folder(HWND owner, const std::vector<std::string>& paths) {
@@ -99,7 +120,19 @@ std::string show_in_folder(HWND owner, const std::vector<std::string>& paths) {
 }
 
 std::string show_properties(HWND owner, const std::string& path) {
-    return execute(owner, path, L"properties");
+    const std::wstring file = native_wide(path);
+    if (has_vanished(file)) return vanished_sentence(std::string(name_of(path)));
+    const Owned<IContextMenu> menu = context_menu(owner, file);
+    HMENU commands = CreatePopupMenu();  // the shell wants to fill one before it takes a command
+    CMINVOKECOMMANDINFO what{};
+    what.cbSize = sizeof what;
+    what.hwnd = owner;
+    what.lpVerb = "properties";
+    what.nShow = SW_SHOWNORMAL;
+    const bool is_shown = menu && SUCCEEDED(menu->QueryContextMenu(commands, 0, 1, 0x7FFF, 0)) &&
+                          SUCCEEDED(menu->InvokeCommand(&what));
+    DestroyMenu(commands);
+    return is_shown ? "" : "\"" + std::string(name_of(path)) + "\" has no properties to show.";
 }
 
 std::string copy_lines(HWND owner, const std::vector<std::wstring>& lines) {

@@ -119,6 +119,24 @@ check "with the case of before" yes checked $match_case
 check "with the column of before" "$width" width 0
 check "with the names of before" 'Names of today, .*' status 1
 
+# As large as the screen, and as before.
+probe maximize
+check "it takes the whole screen" yes maximized
+probe close
+ends "the large window ends"
+begin large
+need "it opens once more" shown state
+check "as large as it was" yes maximized
+probe restore
+check "it can be made smaller" no maximized
+check "and is where it was before" "$place" place
+come_forward large
+probe close
+ends "the small window ends"
+begin again
+need "it opens again after that" shown state
+check "no larger than before" no maximized
+
 # Resizing and other screens.
 come_forward again
 search_for item-1
@@ -152,20 +170,41 @@ done
 # Another folder, and the one of before.
 keys ctrl+o
 check "Ctrl+O opens the system's picker" '(.|\n)*#32770\t(.|\n)*' windows
-keys Escape
+answer_box Escape "Search in this folder"
 check "Esc closes it" '((?!#32770)(.|\n))*' windows
+check "and changes nothing" '.*disk' title
+keys ctrl+o
+check "the picker opens again" '(.|\n)*#32770\t(.|\n)*' windows
+answer_box Tab "Search in this folder"
+keys shift+Tab
+type_text "$disk\\folder-7"
+keys Return
+check "the folder that was picked is searched" '.*folder-7' title
+check "its names, which are few" '250 of 250 names, .*' status 0
 probe close
 ends "it ends after all that"
-probe start other "$(windows_path "$program") --scope $disk\\folder-7 --settings $kept"
-need "it opens on another folder" shown state
-check "the title tells that folder" '.*folder-7' title
+probe start other "$(windows_path "$program") --settings $kept"
+need "it opens with nothing said about the folder" shown state
+check "the folder that was picked is remembered" '.*folder-7' title
 check "its names are read" 'Names of today, [^.]*' status 1
 check "both folders can be chosen" '(.|\n)*disk.folder-7\n.*disk(\n.*)?' choices $scope
 probe choose $scope 2
 check "the folder of before is searched again" '.*disk' title
 check "all of it" "1000" count
+
+# All local drives: more than a test has time to read.
+probe choose $scope 0
+check "all drives can be chosen" 'System Search' title
+check "the list of scopes says so" 'All local drives' choice $scope
+check "they are read" 'Reading the disk: [1-9].*' status 1
 probe close
-ends "it ends after another folder"
+ends "closed while all drives are read, it ends"
+probe start drives "$(windows_path "$program") --settings $kept"
+need "it opens on all drives" shown state
+check "all drives are remembered" 'All local drives' choice $scope
+check "and read" 'Reading the disk: [1-9].*' status 1
+probe close
+ends "closed while they are read, it ends again"
 
 # What it measures, and its version.
 measured=$scratch/measured.txt

@@ -81,6 +81,12 @@ check "the menu opens once more" '(.|\n)*#32768\t(.|\n)*' windows
 keys Escape
 check "Esc closes the menu" '((?!#32768)(.|\n))*' windows
 
+keys alt+Return
+check "Alt+Enter shows the properties" \
+    '(.|\n)*#32770\tProperties for alpha.sstest\n(.|\n)*' windows
+answer_box Escape "Properties for alpha.sstest"
+check "Esc closes them" '((?!#32770)(.|\n))*' windows
+
 # Dragged out, onto another window.
 click place_of_row 0
 check "one row is selected" 0 selected

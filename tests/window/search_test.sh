@@ -36,8 +36,26 @@ check "results go on to appear without a key" "(?!$first$).*of.*[0-9].*" status 
 hold
 check "the disk is still being read even then" 'Reading the disk: .*' status 1
 
-# What the user points at stays selected while results come in before and after it. Where the list
-# is scrolled to is not looked at.
+# What the user looks at stays where it is while results come in before and after it.
+search_for '*9.txt'
+check "more is found than the list shows" '[5-9][0-9]|[0-9]{3,}' count
+check "the box has the focus" $box focus
+keys Next Next
+check "the list is scrolled" '[1-9][0-9]*' top
+probe top
+probe row "$answer"
+looked_at=${answer%%$'\t'*}
+probe status 0
+first=$answer
+slow 50
+check "results grow around what is looked at" "(?!$first$).*of.*" status 0
+hold
+probe top
+probe row "$answer"
+same "the first row in view is the same while results grow" "$looked_at" "${answer%%$'\t'*}"
+check "the disk was being read meanwhile" 'Reading the disk: .*' status 1
+
+# What the user points at stays selected.
 search_for '*99.txt'
 check "another text finds others while the disk is read" 'item-.*99.txt.*' row 0
 keys Down Down Down Down Down
@@ -54,6 +72,13 @@ probe selected
 probe row "${answer:-0}"
 same "the selection stays with its name while results grow" "$chosen" "${answer%%$'\t'*}"
 check "the disk was still being read" 'Reading the disk: .*' status 1
+
+# F5 during the reading asks for another one, for what changes where it has been.
+keys F5
+check "F5 during the reading is told" \
+    'Reading the disk: [0-9,]+ names, then once more' status 1
+touch "$scratch/disk/folder-00/late-99.txt"
+touch "$scratch/disk/folder-39/late-99.txt"
 
 quick
 check "the status tells when all names are read" \
@@ -108,6 +133,11 @@ check "a click on a column sorts by it" up arrow 0
 aside=20 click place_of_column 0
 check "another click turns the order" down arrow 0
 check "the last name is the first row then" 'item-05-249.txt.*' row 0
+click place_of_column 0
+check "a third one ends it" none arrow 0
+check "the first name is the first row again" 'item-05-000.txt.*' row 0
+count=2 click place_of_column 0
+check "two clicks as fast as a double click are two as well" 'item-05-249.txt.*' row 0
 search_for 'item-0'
 check "the status tells that only the rows held are sorted" \
     'The first 1000 of 2500, sorted among themselves\. Type more to narrow them down\.' status 0

@@ -156,10 +156,10 @@ come_forward() {
     done
 }
 
-# answer_box KEY: presses it in a box that the program has opened, once the screen lets it.
+# answer_box KEY [TITLE]: presses it in a box that the program has opened, once the screen lets it.
 answer_box() {
     local limit=$((SECONDS + 60))
-    until [[ $(xdotool getwindowfocus getwindowname 2>/dev/null) == "System Search" ]]; do
+    until [[ $(xdotool getwindowfocus getwindowname 2>/dev/null) == "${2:-System Search}" ]]; do
         ((SECONDS < limit)) || { fail "a box gets the keyboard"; return; }
         sleep 0.02
     done
@@ -177,12 +177,13 @@ search_for() {
 }
 
 # click PLACE_COMMAND...: in the middle of what the probe names, with $button if it is set. Two
-# clicks that shall not be a double one have different values of $aside.
+# clicks that shall not be a double one have different values of $aside; $count are as fast as one.
 click() {
     local x y width height
     probe "$@" || { fail "click $*" "$answer"; return; }
     read -r x y width height <<<"$answer"
-    xdotool mousemove $((x + width / 2 + ${aside:-0})) $((y + height / 2)) click "${button:-1}"
+    xdotool mousemove $((x + width / 2 + ${aside:-0})) $((y + height / 2)) \
+        click --repeat "${count:-1}" --delay 20 "${button:-1}"
 }
 
 finish() {

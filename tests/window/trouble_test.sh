@@ -23,14 +23,20 @@ open file --scope "$disk\\one.ssnone"
 check "a file instead of a folder is told" "Cannot read .*one.ssnone: .+\." status 0
 close_window file "it ends without a folder"
 
-# The cache cannot be written: its folder cannot, though it can be made.
-mkdir "$scratch/locked"
+# The cache cannot be written, nor can the settings be: their folder may only be read.
+mkdir "$scratch/locked" "$tree/folder"
+printf 'recent=%s\n' "${disk//\\//}/folder" >"$scratch/locked/settings.ini"
 chmod 500 "$scratch/locked"
 open locked --scope "$disk"
 check "a cache that cannot be written is told" \
     'Names of today, .*\. They could not be kept for the next time\.' status 1
 search_for two
 check "and its names are searched all the same" '1 of .* names, .*' status 0
+probe choose $scope 2
+check "settings that cannot be kept are told" 'The settings cannot be kept in .*locked' status 0
+check "the other folder is searched all the same" 0 count
+search_for one
+check "the next answer takes that sentence's place" '0 of .*' status 0
 close_window locked "it ends though it can keep nothing"
 chmod 700 "$scratch/locked"
 
@@ -55,6 +61,32 @@ search_for two.ssnone
 check "the next result takes the sentence's place" '1 of .*' status 0
 keys Down Return
 check "a kind that no program opens is told" '"two.ssnone" could not be opened: .+\.' status 0
+search_for three.ssnone
+check "a result is there to be copied" '1 of .*' status 0
+click place_of_row 0
+check "it is selected" 0 selected
+probe hold_clipboard || fail "the clipboard can be held" "$answer"
+keys ctrl+c
+check "a clipboard that another program holds is told" \
+    'Another program holds the clipboard: nothing was copied\.' status 0
+probe give_clipboard
+keys ctrl+c
+check "when it is given back, it can be copied" '.*three.ssnone' clipboard
+
+# No memory for anything new: the system grants the program no more than it has.
+number=$(pgrep -f "system-search-window\.exe.*${scratch##*/}.skipped")
+kib=$(awk '/^VmSize/ {print $2}' "/proc/$number/status")
+prlimit --pid "$number" --as=$(((kib - 100000) * 1024)):
+search_for two
+check "a search without memory is told" \
+    'The search failed: there is not enough memory\.' status 0
+keys F5
+check "and so is a reading" 'Names of .*\. Not read anew: .+\.' status 1
+prlimit --pid "$number" --as=unlimited:
+search_for three
+check "with memory again it searches" '1 of .*' status 0
+keys F5
+check "and reads" 'Names of today, [^.]*' status 1
 close_window skipped "it ends after trouble"
 
 # A cache that is damaged is passed over.
@@ -65,9 +97,11 @@ check "a damaged cache is replaced" 'Names of today, [^.]*' status 1
 close_window skipped "it ends"
 checks=$((checks + 1))
 grep -q system-search-v1 "$cache" || fail "the damaged cache is a cache again"
-printf 'kind=\377\nwindow=9 9\n=\n' >"$scratch/skipped/settings.ini"
+printf 'kind=\377\nwindow=9 9\n=\ncolumns=0 0 0 0\nscope=\377\nrecent=' >"$scratch/skipped/settings.ini"
+head -c 100000 /dev/urandom >>"$scratch/skipped/settings.ini"
 open skipped --scope "$disk"
 check "damaged settings are passed over" 'Names of today, .*' status 1
+check "damaged column widths, too" 260 width 0
 close_window skipped "it ends with damaged settings"
 
 # The library is missing, of another version, or none.

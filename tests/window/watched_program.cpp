@@ -6,8 +6,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "remote_memory.hpp"
-
 namespace {
 
 constexpr int kList = 1002;
@@ -66,6 +64,7 @@ WatchedProgram::WatchedProgram(const std::wstring& command) {
 
 WatchedProgram::~WatchedProgram() {
     end();
+    memory_.reset();
     CloseHandle(process_);
 }
 
@@ -105,6 +104,14 @@ LRESULT WatchedProgram::send(HWND window, UINT message, WPARAM wparam, LPARAM lp
     return static_cast<LRESULT>(answer);
 }
 
+RemoteMemory& WatchedProgram::shared_memory() const {
+    if (!memory_) {
+        memory_ = std::make_unique<RemoteMemory>(process_,
+                                                 sizeof(LVITEMW) + kTextUnits * sizeof(wchar_t));
+    }
+    return *memory_;
+}
+
 std::wstring WatchedProgram::window_text(HWND window) const {
     std::wstring text(kTextUnits, L'\0');
     const LRESULT units = send(window, WM_GETTEXT, kTextUnits, reinterpret_cast<LPARAM>(&text[0]));
@@ -124,7 +131,7 @@ std::wstring WatchedProgram::status(int part) const {
     HWND const bar = control(kStatusBar);
     const auto index = static_cast<WPARAM>(part);
     const std::size_t units = LOWORD(send(bar, SB_GETTEXTLENGTHW, index, 0));
-    RemoteMemory memory(process_, kTextUnits * sizeof(wchar_t));
+    RemoteMemory& memory = shared_memory();
     // A text that changed in between may be longer; the memory is large enough for any.
     send(bar, SB_GETTEXTW, index, memory.parameter());
     std::wstring text(units + 1, L'\0');
@@ -137,7 +144,7 @@ int WatchedProgram::count() const {
 }
 
 std::wstring WatchedProgram::cell(int row, int column) const {
-    RemoteMemory memory(process_, sizeof(LVITEMW) + kTextUnits * sizeof(wchar_t));
+    RemoteMemory& memory = shared_memory();
     LVITEMW item{};
     item.iSubItem = column;
     item.pszText = reinterpret_cast<wchar_t*>(memory.bytes() + sizeof item);
@@ -227,6 +234,10 @@ RECT WatchedProgram::place() const {
     return rectangle;
 }
 
+bool WatchedProgram::maximized() const {
+    return IsZoomed(main_window()) != FALSE;
+}
+
 RECT WatchedProgram::place_of(int control_number) const {
     RECT rectangle{};
     GetWindowRect(control(control_number), &rectangle);
@@ -234,7 +245,7 @@ RECT WatchedProgram::place_of(int control_number) const {
 }
 
 RECT WatchedProgram::remote_rectangle(HWND window, UINT message, WPARAM wparam, RECT start) const {
-    RemoteMemory memory(process_, sizeof start);
+    RemoteMemory& memory = shared_memory();
     memory.write(start);
     send(window, message, wparam, memory.parameter());
     memory.read(&start, sizeof start);
@@ -252,7 +263,7 @@ RECT WatchedProgram::place_of_column(int column) const {
 }
 
 std::wstring WatchedProgram::arrow(int column) const {
-    RemoteMemory memory(process_, sizeof(HDITEMW));
+    RemoteMemory& memory = shared_memory();
     HDITEMW item{};
     item.mask = HDI_FORMAT;
     memory.write(item);
@@ -315,6 +326,10 @@ double WatchedProgram::closing_time_ms() const {
     QueryPerformanceCounter(&ended);
     return 1000.0 * static_cast<double>(ended.QuadPart - started.QuadPart) /
            static_cast<double>(frequency.QuadPart);
+}
+
+void WatchedProgram::command(WPARAM command) const {
+    PostMessageW(main_window(), WM_SYSCOMMAND, command, 0);
 }
 
 void WatchedProgram::change_dpi(int dpi) const {

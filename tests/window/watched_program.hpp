@@ -3,8 +3,11 @@
 
 #include <windows.h>
 
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "remote_memory.hpp"
 
 class WatchedProgram {
 public:
@@ -41,6 +44,7 @@ public:
     /// The control that has the keyboard, 0 when it is another window's.
     int focus() const;
     RECT place() const;
+    bool maximized() const;
     RECT place_of(int control_number) const;
     RECT place_of_row(int row) const;
     RECT place_of_column(int column) const;
@@ -54,6 +58,8 @@ public:
     void ask_to_close() const;
     /// Closes the window and waits until the program has ended.
     double closing_time_ms() const;
+    /// One of the window menu's: SC_MAXIMIZE, SC_RESTORE.
+    void command(WPARAM command) const;
     void change_dpi(int dpi) const;
     /// A message without parameters.
     void tell(UINT message) const;
@@ -66,6 +72,11 @@ private:
     std::wstring window_text(HWND window) const;
     RECT remote_rectangle(HWND window, UINT message, WPARAM wparam, RECT start) const;
 
+    /// For the parameters of messages. Taken once, so that a program that has run out of memory can
+    /// be looked at, too.
+    RemoteMemory& shared_memory() const;
+
     HANDLE process_ = nullptr;
+    mutable std::unique_ptr<RemoteMemory> memory_;
     DWORD number_ = 0;
 };

@@ -10,6 +10,7 @@
 //   state title status text count row rows selected focused top visible width checked choice
 //   choices focus place place_of place_of_row place_of_column box handles clipboard
 //   close dpi tell put choose opened windows drop_target hovered dropped x_window spoken arrow
+//   maximize restore maximized hold_clipboard give_clipboard
 //   lines_with TEXT FILE    how many lines of a file begin with a text
 //   closing_time            closes the window; the milliseconds to the program's end
 #include <windows.h>
@@ -163,6 +164,14 @@ public:
         if (verb == "windows") return windows();
         if (verb == "clipboard") return clipboard();
         if (verb == "opened") return opened(rest(words));
+        if (verb == "hold_clipboard") {
+            if (!OpenClipboard(nullptr)) throw std::runtime_error("the clipboard is in use");
+            return {};
+        }
+        if (verb == "give_clipboard") {
+            CloseClipboard();
+            return {};
+        }
         if (verb == "lines_with") {
             std::string beginning;
             words >> beginning;
@@ -237,6 +246,7 @@ private:
         if (verb == "spoken") return {narrow(watched.spoken_name(number()))};
         if (verb == "x_window") return {std::to_string(watched.number_on_screen())};
         if (verb == "handles") return handles(watched);
+        if (verb == "maximized") return {watched.maximized() ? "yes" : "no"};
         if (verb == "closing_time") return {std::to_string(watched.closing_time_ms())};
         return change(verb, watched, number);
     }
@@ -245,6 +255,10 @@ private:
     Lines change(const std::string& verb, WatchedProgram& watched, const Number& number) {
         if (verb == "close") {
             watched.ask_to_close();
+        } else if (verb == "maximize") {
+            watched.command(SC_MAXIMIZE);
+        } else if (verb == "restore") {
+            watched.command(SC_RESTORE);
         } else if (verb == "dpi") {
             watched.change_dpi(number());
         } else if (verb == "tell") {
