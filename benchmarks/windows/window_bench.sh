@@ -12,7 +12,7 @@ set -euo pipefail
 starts=${1:-9}
 
 export SS_BIN=$PWD/build/windows/bin SS_WINE=$PWD/scripts/wine
-export SS_WINDOW_PREFIX=$PWD/build/bench/wine
+export SS_WINDOW_PREFIX=$PWD/build/bench/wine SS_WINDOW_SCRATCH=$PWD/build/bench
 mkdir -p build/bench
 # shellcheck source=tests/window/session.sh
 source tests/window/session.sh
