@@ -59,7 +59,7 @@ tool cache "$scratch/million" "${disk//\\//}" "Z:$scratch/names" 10
 # type_texts NAME: types each of the texts, the next letter as soon as the list shows the answer to
 # the last one, and goes on to the next text when the thousand results are there.
 texts=(e report 'notes-data' 'html-util7' 'report-test31415' '*.png' '*.h??l' qzxw v1 'share-doc1*'
-    'names\copy-7\' 'copy-3\test' README)
+    'names\copy-7' 'copy-3\test' README)
 type_texts() {
     local text at typed=0
     for text in "${texts[@]}"; do
