@@ -43,6 +43,18 @@ check "a double click opens the result under it" "$papers\\\\gamma.sstest" \
     opened "$(windows_path "$record")"
 rm -f "$record"
 
+# Who types fast means what the text finds, not what the list still shows.
+keys ctrl+f b e t a Return
+check "Enter right after a text opens what it finds" "$papers\\\\beta.sstest" \
+    opened "$(windows_path "$record")"
+rm -f "$record"
+aside=40 click place_of_row 0
+check "the list has the keyboard" $list focus
+type_text .ss
+check "letters typed into the list go into the box" 'beta\.ss' text $box
+search_for '*.sstest'  # only the last letter finds them
+check "the three documents are found again" '3 of .*' status 0
+
 # Several at once.
 click place_of_row 0
 check "a click selects a row" 0 selected

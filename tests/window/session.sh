@@ -11,9 +11,7 @@ box=1001 list=1002 bar=1003 scope=1004 kind=1005 match_case=1006 whole_path=1007
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 program=$SS_BIN/system-search-window.exe
 export WINEPREFIX=${SS_WINDOW_PREFIX:-$SS_BIN/../wine_window}
-memory=/dev/shm  # making ten thousand files there waits for no disk
-[[ -w $memory ]] || memory=/tmp
-scratch=$(mktemp -d "${SS_WINDOW_SCRATCH:-$memory}/ss-window.XXXXXX")
+scratch=$(mktemp -d "${SS_WINDOW_SCRATCH:-/tmp}/ss-window.XXXXXX")
 gate=$scratch/gate
 failures=0
 checks=0
