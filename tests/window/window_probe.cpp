@@ -221,6 +221,11 @@ private:
         if (verb == "text") return {narrow(watched.text(number()))};
         if (verb == "count") return {std::to_string(watched.count())};
         if (verb == "row") return {row(watched, number())};
+        if (verb == "top_row") return {row(watched, watched.first_row_in_view())};
+        if (verb == "selected_row") {
+            const auto selected = watched.selected();
+            return {selected.size() == 1 ? row(watched, selected.front()) : ""};
+        }
         if (verb == "rows" || verb == "column")
             return rows(watched, verb == "rows" ? -1 : number());
         if (verb == "selected") {
