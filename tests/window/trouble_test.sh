@@ -14,6 +14,9 @@ disk=$(windows_path "$tree")
 # The folder of the scope is gone.
 open gone --scope "$disk-gone"
 check "a folder that is gone is told" "Cannot read .*disk-gone: .+\." status 0
+check "nothing is listed then" 0 count
+check "nothing is read any more" '()' status 1
+check "it is told until something else is asked for" "Cannot read .*disk-gone: .+\." status 0
 search_for one
 check "nothing is found there" 0 count
 close_window gone "it ends without its folder"
