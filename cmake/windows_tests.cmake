@@ -16,8 +16,12 @@ function(set_up_windows_test name)
     TIMEOUT 600 WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
     ENVIRONMENT "${test_environment}"
     FAIL_REGULAR_EXPRESSION "\\[  SKIPPED \\]")  # none of these has a reason to
-  if(name MATCHES "^window\\.")  # one prefix has one screen
-    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK screen)
+  if(name MATCHES "^window\\.")
+    # One prefix has one screen. They wait more than they work, so they begin before all others.
+    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK screen COST 100)
+  endif()
+  if(name MATCHES "^kit\\.")  # the longest of the others
+    set_tests_properties(${name} PROPERTIES COST 90)
   endif()
 endfunction()
 

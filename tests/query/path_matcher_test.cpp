@@ -57,6 +57,14 @@ TEST(PathMatcher, sees_what_was_stored_where_case_matters) {
     EXPECT_EQ(matching(kPaths, "SRC", SS_MATCH_CASE), Paths{});
 }
 
+// A folder of a cache file may be longer than any name of a disk.
+TEST(PathMatcher, literal_longer_than_any_name_is_found_in_folders) {
+    const std::string longest(300, 'a');
+    const Paths paths = {"c:/" + longest + "/x", "c:/" + longest.substr(1) + "/x", "c:/x"};
+    EXPECT_EQ(matching(paths, longest.c_str()), Paths{paths[0]});
+    EXPECT_EQ(matching(paths, (longest + "/x").c_str()), Paths{paths[0]});
+}
+
 // Bits that are left as they were mean nothing: whoever cancelled does not look at them.
 TEST(PathMatcher, looks_at_no_folder_when_cancelled) {
     const Paths paths = {"c:/src/main.c", "d:/src/x"};
