@@ -311,7 +311,7 @@ TEST_F(PlatformPatchTest, only_the_librarys_own_threads_ask_to_see_cloud_folders
         ss_query_destroy(ss_query(engine_, "", 0, 0, 1));
     }
     const std::lock_guard lock(cloud_mutex);
-    EXPECT_GE(cloud_modes.size(), 7u) << "the build, and every query";
+    ASSERT_GE(cloud_modes.size(), 7u) << "the build, and every query";
     for (const CloudMode& call : cloud_modes) {
         EXPECT_EQ(call.mode, 1) << "placeholders look like ordinary files and folders";
         EXPECT_NE(call.thread, GetCurrentThreadId()) << "a thread of the host";
