@@ -36,6 +36,16 @@ check "results go on to appear without a key" "(?!$first$).*of.*[0-9].*" status 
 hold
 check "the disk is still being read even then" 'Reading the disk: .*' status 1
 
+# A few folders more are read, until the list has more to show.
+let_results_grow() {
+    local first
+    probe status 0
+    first=$answer
+    slow 50
+    check "$1" "(?!$first$).*of.*" status 0
+    hold
+}
+
 # What the user looks at stays where it is while results come in before and after it.
 search_for '*9.txt'
 check "a pattern finds others while the disk is read" 'item-.*9.txt.*' row 0
@@ -45,11 +55,7 @@ keys Next Next
 check "the list is scrolled" '[1-9][0-9]*' top
 probe top_row
 looked_at=${answer%%$'\t'*}
-probe status 0
-first=$answer
-slow 50
-check "results grow around what is looked at" "(?!$first$).*of.*" status 0
-hold
+let_results_grow "results grow around what is looked at"
 check "the first row in view is the same while results grow" "${looked_at:?}.*" top_row
 check "the disk was being read meanwhile" 'Reading the disk: .*' status 1
 
@@ -60,11 +66,7 @@ keys Down Down Down Down Down
 check "each of the arrow keys moves the selection in the list" '([4-9]|[1-9][0-9]+)' selected
 probe selected_row
 chosen=${answer%%$'\t'*}
-probe status 0
-first=$answer
-slow 50
-check "results grow below a selection" "(?!$first$).*of.*" status 0
-hold
+let_results_grow "results grow below a selection"
 check "the selection stays with its name while results grow" "${chosen:?}.*" selected_row
 check "the disk was still being read" 'Reading the disk: .*' status 1
 
