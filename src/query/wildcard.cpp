@@ -14,10 +14,22 @@ std::size_t next_code_point(std::string_view text, std::size_t position) {
     return position;
 }
 
+std::vector<Literal> literals_of(const Pattern& pattern) {
+    std::vector<Literal> literals;
+    for (const Pattern::Piece& piece : pattern.pieces) {
+        if (!piece.text.empty()) literals.emplace_back(piece.text);
+    }
+    return literals;
+}
+
 }  // namespace
 
 Wildcard::Wildcard(const Pattern& pattern, const std::atomic<bool>& cancel)
-    : pattern_(pattern.text), suffix_(pattern.pieces.back().text), cancel_(cancel) {
+    : pattern_(pattern.text),
+      literals_(literals_of(pattern)),
+      ordered_literals_(literals_),
+      suffix_(pattern.pieces.back().text),
+      cancel_(cancel) {
     unsigned char head[sizeof head_] = {};
     unsigned char literal[sizeof head_] = {};
     unsigned char high[sizeof head_] = {};
@@ -45,7 +57,8 @@ bool Wildcard::matches(std::string_view subject) const {
         // Behind the head a byte that continues it may stand only where "*" takes it.
         if (head_decides_) return true;
     }
-    return subject.ends_with(suffix_) && finish(subject, {});
+    // Most names without the literals in their order are told sooner by that than by the rule.
+    return subject.ends_with(suffix_) && ordered_literals_.lie_in(subject) && finish(subject, {});
 }
 
 Wildcard::Outcome Wildcard::advance(std::string_view subject, std::size_t stop,

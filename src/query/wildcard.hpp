@@ -5,7 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
+#include "query/literal.hpp"
+#include "query/ordered_literals.hpp"
 #include "query/pattern.hpp"
 
 namespace system_search {
@@ -24,8 +27,11 @@ public:
     // For a pattern that needs the rule, which outlives this. `cancel` ends a long match as
     // rejected.
     Wildcard(const Pattern& pattern, const std::atomic<bool>& cancel);
+    Wildcard(const Wildcard&) = delete;
+    Wildcard& operator=(const Wildcard&) = delete;
 
-    // Whether the pattern matches all of the subject, behind which 8 bytes must be readable.
+    // Whether the pattern matches all of the subject, behind which kTextPadding bytes must be
+    // readable.
     bool matches(std::string_view subject) const;
 
     // Takes a match on until the position `stop` of the subject is reached; what stands there must
@@ -37,6 +43,8 @@ public:
 
 private:
     std::string_view pattern_;
+    std::vector<Literal> literals_;  // what stands between wildcards
+    OrderedLiterals ordered_literals_;
     std::string_view suffix_;  // the bytes behind the last wildcard
     // The first bytes of what stands before the first "*", at most 8 of them.
     std::size_t head_bytes_;

@@ -136,8 +136,7 @@ TEST(Scan, agrees_with_the_reference_over_all_small_paths_and_stars) {
     }
 }
 
-// Dots begin extensions, which have their limits: of
-// 8 bytes, of ASCII, of the kept case.
+// Dots begin extensions, which have their limits: of 8 bytes, of ASCII, of the kept case.
 TEST(Scan, agrees_with_the_reference_over_all_small_names_and_dots) {
     std::vector<Entry> entries;
     for (const std::string& name : all_texts({"a", "B", ".", "\xC3\xA9"}, 5)) {
@@ -158,6 +157,28 @@ TEST(Scan, agrees_with_the_reference_over_all_small_names_and_dots) {
     for (std::size_t marks = 0; marks < 12; ++marks) {
         for (const char* const end : {".*", ".", ".?*", "a*", ".*a"}) {
             ASSERT_TRUE(same_answer(searched, std::string(marks, '?') + end, 0, 0, 2));
+        }
+    }
+}
+
+// Each byte in shards of its own, so that nothing else sets the bits of its class for it.
+TEST(Scan, agrees_with_the_reference_on_every_byte_alone_and_beside_another) {
+    std::vector<Entry> entries;
+    std::vector<std::string> texts;
+    for (unsigned value = 1; value < 256; ++value) {
+        const std::string byte(1, static_cast<char>(value));
+        if (byte == "/") continue;
+        for (const std::string& text : {byte, "x" + byte, byte + "x"}) {
+            entries.emplace_back("C:/" + text, 1);
+            entries.emplace_back("C:/" + text + "/y", 1);
+            texts.push_back(text);
+        }
+    }
+    const Searched searched(std::move(entries), /*shard_entries=*/1);
+    for (const std::string& text : texts) {
+        for (std::uint32_t flags = 0; flags < 4; ++flags) {
+            ASSERT_TRUE(same_answer(searched, text, flags, 0, 5));
+            ASSERT_TRUE(same_answer(searched, "*" + text, flags, 0, 5));
         }
     }
 }
@@ -265,10 +286,10 @@ TEST(Scan, cancel_is_seen_within_a_shard) {
     const std::string half(8000, 'a');
     std::vector<Entry> entries;
     for (std::size_t i = 0; i < kShardEntries; ++i) {
-        entries.emplace_back("C:/" + std::to_string(i) + "aba" + std::string(30'000, 'a'), 1);
+        entries.emplace_back("C:/" + std::to_string(i) + std::string(15'000, 'a') + "b", 1);
     }
     const Searched searched(std::move(entries));
-    const Pattern pattern("*?" + half + "b" + half + "*", 0);
+    const Pattern pattern("*?" + half + "b?*", 0);  // its literal lies in every name
     std::atomic<bool> cancel{false};
     Candidates candidates(10);
     std::uint32_t matched = 0;

@@ -13,7 +13,8 @@ namespace {
 
 TEST(Wildcard, matches_in_two_steps_what_it_matches_in_one) {
     const std::atomic<bool> cancel{false};
-    for (const char* const text : {"?b*", "a?*b", "*?a*b", "?*?", "a*?", "??*ab*", "?"}) {
+    for (const char* const text :
+         {"?b*", "a?*b", "*?a*b", "?*?", "a*?", "??*ab*", "?", "*b?a*", "*a?*ab*", "*b*a?b"}) {
         const Pattern pattern(text, /*flags=*/0);
         ASSERT_TRUE(pattern.needs_rule) << text;
         const Wildcard wildcard(pattern, cancel);
