@@ -27,5 +27,6 @@ refuses $header 's,^/\* Fills .out.. With a null query.*,int ss_more(void);\n&,'
 refuses $header 's,never blocks,may block,I' 'docs/reference.md is not up to date'
 refuses examples/guide/describe_build.c 's,Nothing is,Nothing was,' 'docs/guide.md is not up to date'
 refuses docs/guide.md 's,<!-- snippet: examples/guide/cache_path.c -->,,' 'cache_path.c'
+refuses docs/testing.md 's,reference_search.hpp,plain_search.hpp,' 'names tests/query/plain_search.hpp'
 refuses docs/guide.md 's,](reference.md),](references.md),' 'links to references.md'
 exit $failed
