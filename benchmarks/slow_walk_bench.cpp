@@ -14,43 +14,13 @@
 
 #include "engine/engine.hpp"
 #include "engine/walk.hpp"
+#include "generated_tree.hpp"
 #include "method.hpp"
 #include "simulated/faults.hpp"
 #include "simulated/volume.hpp"
 
 namespace system_search::bench {
 namespace {
-
-using simulated::GeneratedFolder;
-
-// `folders` folders and `files` files, and the same again in every folder, `depth` levels down.
-class Tree : public GeneratedFolder {
-public:
-    Tree(std::uint64_t folders, std::uint64_t files, int depth)
-        : folders_(depth > 0 ? folders : 0), files_(files) {
-        if (depth > 0) below_ = std::make_shared<Tree>(folders, files, depth - 1);
-    }
-
-    std::uint64_t count() const override { return folders_ + files_; }
-    void child(std::uint64_t index, platform::Child& out) const override {
-        const bool is_folder = index < folders_;
-        out.attributes = is_folder ? platform::kAttributeDirectory : simulated::kAttributeArchive;
-        std::u16string name = is_folder ? u"Folder " : u"Report of the year ";
-        for (const char digit : std::to_string(index)) name += static_cast<char16_t>(digit);
-        simulated::set_name(out, name);
-    }
-    std::shared_ptr<const GeneratedFolder> folder(std::u16string_view) const override {
-        return below_;
-    }
-    std::uint64_t entries() const {
-        return count() + (below_ != nullptr ? folders_ * below_->entries() : 0);
-    }
-
-private:
-    std::uint64_t folders_;
-    std::uint64_t files_;
-    std::shared_ptr<Tree> below_;
-};
 
 struct Shape {
     const char* name;
@@ -124,7 +94,7 @@ int run() {
     print_method();
     for (const Shape& shape : kShapes) {
         simulated::reset();
-        const auto tree = std::make_shared<Tree>(shape.folders, shape.files, shape.depth);
+        const auto tree = std::make_shared<GeneratedTree>(shape.folders, shape.files, shape.depth);
         simulated::add_generated_folder(u"C:\\Users\\ann", tree);
         const std::uint64_t entries = tree->entries();
         std::printf("\n%s, %llu entries\n", shape.name, static_cast<unsigned long long>(entries));
