@@ -1,24 +1,13 @@
 // What the walk indexes, what it skips, where it descends, and when it stops.
 #include "engine/walk.hpp"
 
-#include "engine/engine_test_support.hpp"
+#include "engine/walk_test_support.hpp"
 
 namespace system_search {
 namespace {
 
 using platform::kAccessDenied;
 using platform::kNoMoreFiles;
-
-class WalkTest : public EngineTest {
-protected:
-    // The walk alone, on this thread, over any number of roots.
-    Snapshot walk_roots(const std::vector<std::u16string>& roots) {
-        const auto index = std::make_shared<Index>();
-        replace_index(engine(), index);
-        walk(engine(), *index, roots);
-        return take_snapshot(*index);
-    }
-};
 
 // ---- Order and texts ----------------------------------------------------------------------------
 
@@ -293,16 +282,6 @@ TEST_F(WalkTest, failing_advance_in_a_nested_folder_loses_the_rest_of_the_root) 
 
 // ---- Long paths ---------------------------------------------------------------------------------
 
-// A chain of folders whose deepest one has a path of exactly `bytes` bytes.
-std::u16string make_long_folder(std::size_t bytes) {
-    std::u16string path = u"C:";
-    while (path.size() + 1 + 255 + 2 <= bytes) path += u'\\' + std::u16string(255, u'd');
-    path += u'\\' + std::u16string((bytes - path.size() - 1) / 2, u'd');
-    path += u'\\' + std::u16string(bytes - path.size() - 1, u'd');
-    add_folder(path);
-    return path;
-}
-
 TEST_F(WalkTest, path_of_32768_bytes_is_indexed_and_one_more_byte_is_not) {
     const std::u16string folder = make_long_folder(32768 - 4);
     add_file(folder + u"\\abc");
@@ -433,98 +412,6 @@ TEST_F(WalkTest, entries_and_skips_are_visible_while_the_walk_runs) {
     EXPECT_FALSE(snapshot().complete);
     gate.release();
     EXPECT_EQ(finish(), (EngineStatus{SS_ENGINE_READY, 2504, 1, 0, 0}));
-}
-
-// ---- Size limits --------------------------------------------------------------------------------
-
-TEST_F(WalkTest, exactly_five_million_entries_are_not_too_many) {
-    add_generated_folder(u"C:\\a", numbered_files(3'000'000));
-    add_generated_folder(u"D:\\b", numbered_files(2'000'000));
-    EXPECT_EQ(walk_roots({u"C:\\a", u"D:\\b", u"E:\\"}).entry_count, 5'000'000u);
-    EXPECT_EQ(status().limited, 0u);
-    EXPECT_EQ(status().skipped, 1u) << "the third root was tried";
-}
-
-TEST_F(WalkTest, entry_five_million_and_one_ends_the_whole_walk) {
-    add_generated_folder(u"C:\\a", numbered_files(3'000'000));
-    add_generated_folder(u"D:\\b", numbered_files(2'000'001));
-    const Snapshot found = walk_roots({u"C:\\a", u"D:\\b", u"E:\\"});
-    EXPECT_EQ(found.entry_count, 5'000'000u);
-    EXPECT_EQ(status().limited, 1u);
-    EXPECT_EQ(status().skipped, 0u) << "the third root was not tried";
-    EXPECT_EQ(last_path(found), "D:/b/f01999999");
-}
-
-// Files whose paths bring the estimate of a walk of "C:\" to an exact sum.
-class FilesUpToEstimate : public GeneratedFolder {
-public:
-    FilesUpToEstimate(std::size_t folder_bytes, std::uint64_t estimate) {
-        const std::uint64_t longest = memory_estimate(folder_bytes + 1 + kLongest);
-        count_ = (estimate + longest - 1) / longest;
-        to_shorten_ = (count_ * longest - estimate) / 2;
-    }
-    std::uint64_t count() const override { return count_; }
-    void child(std::uint64_t index, platform::Child& out) const override {
-        // The first ones are as short as can be, one takes the rest, all others are long.
-        const std::uint64_t before = std::min(to_shorten_, index * (kLongest - 1));
-        const std::uint64_t shorter = std::min(to_shorten_ - before, kLongest - 1);
-        out.attributes = kAttributeArchive;
-        set_name(out, std::u16string(kLongest - shorter, u'n'));
-    }
-
-private:
-    static constexpr std::uint64_t kLongest = 255;
-    std::uint64_t count_;
-    std::uint64_t to_shorten_;
-};
-
-class WalkEstimateTest : public WalkTest {
-protected:
-    // Builds a tree of exactly this estimate; gives the number of its entries.
-    std::uint64_t make_tree(std::uint64_t estimate) {
-        const std::u16string folder = make_long_folder(32768 - 258);
-        const std::u16string full = folder + u"\\f";
-        const std::u16string other = folder + u"\\" + std::u16string(255, u'x');
-        // Too long to be indexed, so that it must not count.
-        add_folder(other + u"\\" + std::u16string(255, u'y'));
-
-        std::uint64_t folders = 2;
-        estimate -= memory_estimate(full.size()) + memory_estimate(other.size());
-        for (std::size_t end = 2; end < folder.size(); ++folders) {
-            end = std::min(folder.find(u'\\', end + 1), folder.size());
-            estimate -= memory_estimate(end);
-        }
-        const auto files = std::make_shared<FilesUpToEstimate>(full.size(), estimate);
-        add_generated_folder(full, files);
-        return folders + files->count();
-    }
-};
-
-TEST_F(WalkEstimateTest, estimate_of_exactly_one_gibibyte_is_not_too_much) {
-    const std::uint64_t entries = make_tree(1'073'741'824);
-    EXPECT_EQ(walk_roots({u"C:\\"}).entry_count, entries);
-    EXPECT_EQ(status().limited, 0u);
-    EXPECT_EQ(status().skipped, 1u);
-}
-
-TEST_F(WalkEstimateTest, estimate_beyond_one_gibibyte_ends_the_walk_without_that_entry) {
-    const std::uint64_t entries = make_tree(1'073'741'826);
-    EXPECT_EQ(walk_roots({u"C:\\", u"E:\\"}).entry_count, entries - 1);
-    EXPECT_EQ(status().limited, 1u);
-    EXPECT_EQ(status().skipped, 1u) << "the second root was not tried";
-}
-
-TEST_F(WalkEstimateTest, folder_beyond_the_limit_is_neither_indexed_nor_counted_as_skipped) {
-    const std::uint64_t entries = make_tree(1'073'741'824);
-    add_file(u"D:\\c\\f");
-    NodeFaults denied;
-    denied.open = platform::kAccessDenied;
-    set_faults(u"D:\\c", denied);
-    const Snapshot found = walk_roots({u"C:\\", u"D:\\", u"E:\\"});
-    EXPECT_EQ(found.entry_count, entries);
-    EXPECT_NE(last_path(found), "D:/c");
-    EXPECT_EQ(status().limited, 1u);
-    EXPECT_EQ(status().skipped, 1u) << "the third root was not tried";
 }
 
 }  // namespace
