@@ -127,7 +127,7 @@ void Folder::path_into(std::u16string& path) const {
     std::size_t units = 0;
     const Folder* root = this;
     for (; root->parent_ != nullptr; root = root->parent_) units += 1 + root->name_.size();
-    const bool is_closed = root->name_.ends_with(u'\\') || root->name_.ends_with(u'/');
+    const bool is_closed = root->name_.ends_with(u'\\');
     path.resize(root->name_.size() + units - (is_closed && units > 0 ? 1 : 0));
     char16_t* end = path.data() + path.size();
     for (const Folder* folder = this; folder != root; folder = folder->parent_) {
