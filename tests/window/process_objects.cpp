@@ -44,7 +44,7 @@ std::size_t gdi_objects(HANDLE process) {
 // Wine gives the lowest never used number only when no number is free, and the number last freed
 // first. So when menus get ascending numbers for a while, every number below is in use, and the
 // last number tells how many there are.
-std::size_t user_objects() {
+std::size_t user_objects_by_ascent() {
     constexpr int kAscending = 64;
     constexpr std::size_t kMost = 20000;
     std::vector<HMENU> menus;
@@ -62,6 +62,16 @@ std::size_t user_objects() {
     // Freed from the lowest on, so that they are given again from the highest on: see above.
     for (HMENU menu : menus) DestroyMenu(menu);
     return last - menus.size();
+}
+
+// Free numbers may ascend for a while, too. They come in the opposite order the next time.
+std::size_t user_objects() {
+    std::size_t before = user_objects_by_ascent();
+    for (;;) {
+        const std::size_t count = user_objects_by_ascent();
+        if (count >= before) return count;
+        before = count;
+    }
 }
 
 // Wine's GetProcessHandleCount is a stub, too; its list of the handles of all processes is not.

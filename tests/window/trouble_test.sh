@@ -51,6 +51,7 @@ keys F1
 check "F1 tells more" '(.|\n)*1 item was skipped(.|\n)*' box
 answer_box Escape
 check "the box goes away" '' box
+come_forward skipped
 
 # A result that has vanished, and one that no program opens.
 search_for one.ssnone
