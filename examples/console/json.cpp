@@ -29,7 +29,7 @@ void append_escaped(std::string& json, char character) {
     }
     if (static_cast<unsigned char>(character) < 0x20) {
         char escape[8];
-        std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(character));
+        (void)std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(character));
         json += escape;
     } else {
         json += character;
@@ -38,7 +38,7 @@ void append_escaped(std::string& json, char character) {
 
 std::string milliseconds_json(double milliseconds) {
     char text[32];
-    std::snprintf(text, sizeof text, "%.3f", milliseconds);
+    (void)std::snprintf(text, sizeof text, "%.3f", milliseconds);
     return text;
 }
 

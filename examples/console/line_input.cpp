@@ -34,7 +34,7 @@ std::string read_terminal(HANDLE handle) {
 }
 
 std::string read_bytes(HANDLE handle) {
-    std::string bytes(64 * 1024, '\0');
+    std::string bytes(std::size_t{64} * 1024, '\0');
     DWORD count = 0;
     if (!ReadFile(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr))
         return {};

@@ -1,21 +1,14 @@
 #include "numbers.hpp"
 
-#include <cstdarg>
+#include <cmath>
 #include <cstdio>
 
 namespace console {
 namespace {
 
-#if defined(__GNUC__)
-__attribute__((format(printf, 1, 2)))
-#endif
-std::string
-printed(const char* format, ...) {
+std::string with_decimals(double number, int decimals) {
     char text[64];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
+    (void)std::snprintf(text, sizeof text, "%.*f", decimals, number);
     return text;
 }
 
@@ -37,27 +30,29 @@ std::string format_counted(std::uint64_t count, const char* singular, const char
 
 std::string format_size(std::uint64_t bytes) {
     if (bytes < 1024) return std::to_string(bytes) + " B";
-    static const char* const kUnits[] = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    static constexpr const char* kUnits[] = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
     double size = static_cast<double>(bytes) / 1024;
     int unit = 0;
     // 1023.5 would be printed as "1024": the next unit takes over just before.
     for (; size >= 1023.5 && unit < 5; ++unit) size /= 1024;
-    return printed(size < 9.95 ? "%.1f %s" : "%.0f %s", size, kUnits[unit]);
+    return with_decimals(size, size < 9.95 ? 1 : 0) + ' ' + kUnits[unit];
 }
 
 std::string format_milliseconds(double milliseconds) {
-    if (milliseconds < 0.995) return printed("%.2f ms", milliseconds);
-    if (milliseconds < 9.95) return printed("%.1f ms", milliseconds);
-    return format_count(static_cast<std::uint64_t>(milliseconds + 0.5)) + " ms";
+    if (milliseconds < 0.995) return with_decimals(milliseconds, 2) + " ms";
+    if (milliseconds < 9.95) return with_decimals(milliseconds, 1) + " ms";
+    return format_count(static_cast<std::uint64_t>(std::llround(milliseconds))) + " ms";
 }
 
 std::string format_seconds(double seconds) {
-    return printed("%.1f s", seconds);
+    return with_decimals(seconds, 1) + " s";
 }
 
 std::string format_time(const WallTime& time) {
-    return printed("%04d-%02d-%02d %02d:%02d", time.year, time.month, time.day, time.hour,
-                   time.minute);
+    char text[64];
+    (void)std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d", time.year, time.month,
+                        time.day, time.hour, time.minute);
+    return text;
 }
 
 }  // namespace console

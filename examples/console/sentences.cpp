@@ -1,5 +1,7 @@
 #include "sentences.hpp"
 
+#include <cmath>
+
 #include "numbers.hpp"
 #include "utf8.hpp"
 
@@ -16,7 +18,7 @@ std::string skipped_text(const EngineStatus& status) {
 
 std::string rate_text(const EngineStatus& status, double seconds) {
     const double rate = seconds > 0 ? status.entries / seconds : 0;
-    return format_count(static_cast<std::uint64_t>(rate + 0.5)) + " entries/s";
+    return format_count(static_cast<std::uint64_t>(std::llround(rate))) + " entries/s";
 }
 
 constexpr const char* kLimitReached =

@@ -9,9 +9,9 @@
 namespace console {
 namespace {
 
-constexpr std::size_t kFlushBytes = 64 * 1024;
+constexpr std::size_t kFlushBytes = std::size_t{64} * 1024;
 // Older consoles refuse a write of more than about 64 KiB.
-constexpr std::size_t kConsoleUnits = 8 * 1024;
+constexpr std::size_t kConsoleUnits = std::size_t{8} * 1024;
 
 }  // namespace
 

@@ -47,7 +47,7 @@ std::string choose_folder(HWND owner, const std::string& first) {
     const Owned<IShellItem> owned(chosen);
     PWSTR path = nullptr;
     if (FAILED(chosen->GetDisplayName(SIGDN_FILESYSPATH, &path))) return "";
-    const std::string folder = normal_scope(to_utf8(path).value_or(""));
+    std::string folder = normal_scope(to_utf8(path).value_or(""));
     CoTaskMemFree(path);
     return folder;
 }

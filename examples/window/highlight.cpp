@@ -108,6 +108,7 @@ std::vector<Range> in_utf16(const std::vector<Range>& ranges, std::string_view n
         return units;
     };
     std::vector<Range> converted;
+    converted.reserve(ranges.size());
     for (const Range& range : ranges) {
         converted.push_back({units_before(range.begin), units_before(range.end)});
     }

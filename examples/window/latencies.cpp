@@ -14,9 +14,9 @@ std::string Latencies::summary() const {
         return sorted[(sorted.size() * percent + 99) / 100 - 1];
     };
     char text[160];
-    std::snprintf(text, sizeof text,
-                  "keys %zu, median %.1f ms, 95 of 100 within %.1f ms, at most %.1f ms",
-                  sorted.size(), at_share(50), at_share(95), sorted.back());
+    (void)std::snprintf(text, sizeof text,
+                        "keys %zu, median %.1f ms, 95 of 100 within %.1f ms, at most %.1f ms",
+                        sorted.size(), at_share(50), at_share(95), sorted.back());
     return text;
 }
 

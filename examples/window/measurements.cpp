@@ -41,7 +41,7 @@ void Measurements::write(const std::string& line) {
 void Measurements::since_start(const char* what) {
     if (!file_.is_open()) return;
     char line[80];
-    std::snprintf(line, sizeof line, "%s %.1f ms", what, process_age());
+    (void)std::snprintf(line, sizeof line, "%s %.1f ms", what, process_age());
     write(line);
 }
 
@@ -63,8 +63,8 @@ void Measurements::list_painted(unsigned names, unsigned matched, double search_
     const double taken = milliseconds(Clock::now() - *since);
     latencies_.add(taken);
     char line[120];
-    std::snprintf(line, sizeof line, "key %.2f ms, %u of %u names, search %.2f ms", taken, matched,
-                  names, search_milliseconds);
+    (void)std::snprintf(line, sizeof line, "key %.2f ms, %u of %u names, search %.2f ms", taken,
+                        matched, names, search_milliseconds);
     write(line);
 }
 

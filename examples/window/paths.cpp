@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 
 namespace window {
 
@@ -64,10 +63,10 @@ std::string cache_file_name(std::string_view scope) {
     for (char sign : scope) {
         hash = (hash ^ static_cast<unsigned char>(sign)) * 0x100000001B3u;
     }
-    char digits[32];
-    std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash));
     if (!readable.empty() && readable.back() != '-') readable += '-';
-    return readable + digits + ".index";
+    for (int shift = 60; shift >= 0; shift -= 4)
+        readable += "0123456789abcdef"[hash >> shift & 0xF];
+    return readable + ".index";
 }
 
 std::string scope_label(std::string_view scope) {

@@ -14,7 +14,8 @@ std::int64_t shared_area(const Box& a, const Box& b) {
 
 int rescaled(int length, int from_dpi, int to_dpi) {
     const std::int64_t twice = std::int64_t{2} * length * to_dpi;
-    return static_cast<int>((twice + (length < 0 ? -from_dpi : from_dpi)) / (2 * from_dpi));
+    return static_cast<int>((twice + (length < 0 ? -from_dpi : from_dpi)) /
+                            (std::int64_t{2} * from_dpi));
 }
 
 }  // namespace
