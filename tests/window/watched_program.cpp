@@ -53,8 +53,17 @@ WatchedProgram::WatchedProgram(const std::wstring& command) {
     startup.cb = sizeof startup;
     PROCESS_INFORMATION started{};
     std::wstring writable = command;
-    if (!CreateProcessW(nullptr, writable.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &started)) {
+    const auto create = [&] {
+        return CreateProcessW(nullptr, writable.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                              nullptr, &startup, &started);
+    };
+    // This error is Wine's own: now and then a process ends before it has begun, once in some
+    // thousands of starts on a busy machine.
+    BOOL success = create();
+    for (int more = 2; !success && GetLastError() == ERROR_INTERNAL_ERROR && more > 0; --more) {
+        success = create();
+    }
+    if (!success) {
         throw std::runtime_error("does not start: error " + std::to_string(GetLastError()));
     }
     CloseHandle(started.hThread);
