@@ -194,7 +194,7 @@ check "the folder of before is searched again" '.*disk' title
 check "all of it" "1000" count
 
 # All local drives, and a folder on one of them that takes longer to read than the test takes.
-slow 1000
+slow 200
 probe choose $scope 0
 check "all drives can be chosen" 'System Search' title
 check "the list of scopes says so" 'All local drives' choice $scope
