@@ -57,7 +57,7 @@ bool Wildcard::matches(std::string_view subject) const {
         // Behind the head a byte that continues it may stand only where "*" takes it.
         if (head_decides_) return true;
     }
-    // Most names without the literals in their order are told sooner by that than by the rule.
+    // That a name does not hold the literals in their order is found much sooner than by the rule.
     return subject.ends_with(suffix_) && ordered_literals_.lie_in(subject) && finish(subject, {});
 }
 

@@ -57,8 +57,7 @@ WatchedProgram::WatchedProgram(const std::wstring& command) {
         return CreateProcessW(nullptr, writable.data(), nullptr, nullptr, FALSE, 0, nullptr,
                               nullptr, &startup, &started);
     };
-    // This error is Wine's own: now and then a process ends before it has begun, once in some
-    // thousands of starts on a busy machine.
+    // This error is Wine's own: on a busy machine a process ends now and then before it has begun.
     BOOL success = create();
     for (int more = 2; !success && GetLastError() == ERROR_INTERNAL_ERROR && more > 0; --more) {
         success = create();
