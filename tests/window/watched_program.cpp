@@ -53,16 +53,8 @@ WatchedProgram::WatchedProgram(const std::wstring& command) {
     startup.cb = sizeof startup;
     PROCESS_INFORMATION started{};
     std::wstring writable = command;
-    const auto create = [&] {
-        return CreateProcessW(nullptr, writable.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                              nullptr, &startup, &started);
-    };
-    // This error is Wine's own: on a busy machine a process ends now and then before it has begun.
-    BOOL success = create();
-    for (int more = 2; !success && GetLastError() == ERROR_INTERNAL_ERROR && more > 0; --more) {
-        success = create();
-    }
-    if (!success) {
+    if (!CreateProcessW(nullptr, writable.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                        &startup, &started)) {
         throw std::runtime_error("does not start: error " + std::to_string(GetLastError()));
     }
     CloseHandle(started.hThread);
