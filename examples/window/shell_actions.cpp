@@ -78,6 +78,16 @@ Owned<IContextMenu> context_menu(HWND owner, const std::wstring& path) {
     return Owned<IContextMenu>(static_cast<IContextMenu*>(menu));
 }
 
+/* Others hold the clipboard for a moment, too: whenever it has changed they look what it holds. */
+bool open_clipboard(HWND owner) {
+    constexpr int kTimes = 20;
+    constexpr DWORD kPauseMilliseconds = 25;
+    for (int more = kTimes; !OpenClipboard(owner); Sleep(kPauseMilliseconds)) {
+        if (--more == 0) return false;
+    }
+    return true;
+}
+
 bool select_in_folder(const std::string& folder, const std::vector<std::string>& paths) {
     const IdList parent(ILCreateFromPathW(native_wide(folder).c_str()));
     if (!parent) return false;
@@ -147,7 +157,7 @@ std::string copy_lines(HWND owner, const std::vector<std::wstring>& lines) {
     if (!memory) return kNoMemorySentence;
     std::memcpy(GlobalLock(memory), text.c_str(), size);
     GlobalUnlock(memory);
-    if (!OpenClipboard(owner)) {
+    if (!open_clipboard(owner)) {
         GlobalFree(memory);
         return kTrouble;
     }
