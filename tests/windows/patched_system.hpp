@@ -28,6 +28,7 @@ struct Script {
     std::wstring drives;  // NULs included; empty: the system's own
     std::optional<DWORD> drives_result;
     SystemSearchEngine* destroyed_by_its_walk = nullptr;  // by the thread that opens a folder
+    HANDLE may_destroy = nullptr;  // set when it may: after its start has returned
     bool threads_start = true;
     bool joins_fail = false;
     bool slots_run_out = false;
@@ -129,7 +130,10 @@ inline HANDLE WINAPI find_first(const wchar_t* pattern, FINDEX_INFO_LEVELS level
         const std::lock_guard lock(cloud_mutex);
         enumerating_threads.insert(GetCurrentThreadId());
     }
-    if (script.destroyed_by_its_walk != nullptr) ss_destroy(script.destroyed_by_its_walk);
+    if (script.destroyed_by_its_walk != nullptr) {
+        WaitForSingleObject(script.may_destroy, INFINITE);
+        ss_destroy(script.destroyed_by_its_walk);
+    }
     if (has_mark(pattern, L"mark unopenable")) return fail(script.open_error, INVALID_HANDLE_VALUE);
     HANDLE const handle = FindFirstFileExW(pattern, level, out, search, filter, flags);
     if (handle == INVALID_HANDLE_VALUE) return handle;

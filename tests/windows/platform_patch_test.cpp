@@ -346,7 +346,10 @@ TEST_F(PlatformPatchTest, thread_that_destroys_its_own_engine_ends_the_process) 
     EXPECT_DEATH(
         {
             script.destroyed_by_its_walk = engine_;
-            build_tree();
+            script.may_destroy = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+            ss_start(engine_, path("tree").c_str(), "", 0);
+            SetEvent(script.may_destroy);
+            finish();
         },
         "");
 }
