@@ -170,7 +170,9 @@ windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 
 keys() { xdotool key --clearmodifiers "$@"; }
 type_text() { xdotool type --delay "${key_delay_ms:-1}" -- "$1"; }
-# Goes to the box, wherever the keyboard is, and types another text there.
+# Goes to the box, wherever the keyboard is, and types another text there. The answer to a part of
+# it may come first, and each answer to a new text ends the selection: where a test goes on with
+# the mouse or the probe, the text is one of which only the last letter finds anything.
 search_for() {
     keys ctrl+f
     if [[ -n $1 ]]; then type_text "$1"; else keys BackSpace; fi
