@@ -156,11 +156,17 @@ come_forward() {
     done
 }
 
-# answer_box KEY [TITLE]: presses it in a box that the program has opened, once the screen lets it.
+# answer_box KEY [TITLE]: presses it in a box that the program has opened, once the screen gives it
+# the keys. A window manager does not give them to every new window by itself.
 answer_box() {
-    local limit=$((SECONDS + 60))
-    until [[ $(xdotool getwindowfocus getwindowname 2>/dev/null) == "${2:-System Search}" ]]; do
-        ((SECONDS < limit)) || { fail "a box gets the keyboard"; return; }
+    local title=${2:-System Search} limit=$((SECONDS + 60))
+    until [[ $(xdotool getwindowfocus getwindowname 2>/dev/null) == "$title" ]]; do
+        if ((SECONDS > limit)); then
+            fail "a box gets the keyboard" "box:   $title" \
+                "focus: $(xdotool getwindowfocus getwindowname 2>&1)"
+            return
+        fi
+        xdotool search --onlyvisible --name "^$title\$" windowactivate 2>/dev/null || true
         sleep 0.02
     done
     keys "$1"

@@ -324,9 +324,12 @@ private:
 };
 
 int keep_as_opened(const wchar_t* record, int count, wchar_t** documents) {
+    // Several documents are opened at once: of two that append at the same time, one would be lost.
+    HANDLE const turn = CreateMutexW(nullptr, FALSE, L"SystemSearchOpenedDocuments");
+    WaitForSingleObject(turn, kLimitMs);
     std::ofstream file(std::filesystem::path(record), std::ios::app | std::ios::binary);
     for (int i = 0; i < count; ++i) file << narrow(documents[i]) << '\n';
-    return file.flush() ? 0 : 1;
+    return file.flush() ? 0 : 1;  // the end of the program ends the turn
 }
 
 }  // namespace
