@@ -80,9 +80,11 @@ std::atomic<int> attempts{0};
 std::atomic<int> removals{0};
 DWORD refusal = 0;
 SystemSearchEngine* cancelled_at_refusal = nullptr;
+int closed_at_attempt = 0;  // when another program closes `held`
+HANDLE held = INVALID_HANDLE_VALUE;
 
 BOOL WINAPI move_reluctantly(const wchar_t* from, const wchar_t* to, DWORD flags) {
-    ++attempts;
+    if (++attempts == closed_at_attempt) CloseHandle(held);
     if (refusals-- > 0) {
         if (cancelled_at_refusal != nullptr) ss_cancel(cancelled_at_refusal);
         SetLastError(refusal);
@@ -122,6 +124,7 @@ protected:
         flush_error = 0;
         refusals = attempts = removals = 0;
         cancelled_at_refusal = nullptr;
+        closed_at_attempt = 0;
     }
 };
 
@@ -212,12 +215,6 @@ TEST_F(SystemCalls, cancelled_build_does_not_try_again) {
     EXPECT_EQ(names_in(scratch_ / "c"), std::vector<std::string>{});
 }
 
-DWORD WINAPI close_later(void* file) {
-    Sleep(300);
-    CloseHandle(file);
-    return 0;
-}
-
 // Another program has the old cache open and lets nobody delete it: for a while, then for ever.
 TEST_F(SystemCalls, old_cache_that_is_held_open_is_waited_for_but_not_for_ever) {
     HMODULE const library = GetModuleHandleW(L"system_search.dll");
@@ -228,19 +225,17 @@ TEST_F(SystemCalls, old_cache_that_is_held_open_is_waited_for_but_not_for_ever) 
         return CreateFileW((scratch_ / "c" / "index").c_str(), GENERIC_READ, FILE_SHARE_READ,
                            nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     };
-    HANDLE held = hold();
+    held = hold();
     ASSERT_NE(held, INVALID_HANDLE_VALUE);
-    HANDLE const closer = CreateThread(nullptr, 0, close_later, held, 0, nullptr);
+    closed_at_attempt = 5;
     EXPECT_EQ(build(path("tree"), path("c/index"), 1).state, SS_ENGINE_READY);
     EXPECT_EQ(error(), "");
-    EXPECT_GT(attempts, 1) << "it was not held";
-    WaitForSingleObject(closer, INFINITE);
-    CloseHandle(closer);
+    EXPECT_EQ(attempts, 5);
     EXPECT_EQ(build(path("tree"), path("c/index")).from_cache, 1u);
 
     held = hold();
     ASSERT_NE(held, INVALID_HANDLE_VALUE);
-    attempts = 0;
+    closed_at_attempt = attempts = 0;
     EXPECT_EQ(build(path("tree"), path("c/index"), 1).state, SS_ENGINE_READY);
     EXPECT_EQ(error(), kNotSaved);
     EXPECT_EQ(attempts, 11);

@@ -13,6 +13,8 @@ namespace {
 
 struct Disk {
     DWORD answer_ms = 0;  // of an opening and of an attribute query
+    // The opening that is not answered before two threads have opened a folder.
+    std::size_t answered_to_two = 0;
     std::function<void(const std::wstring& path)> at_attributes;
     std::function<void(const WIN32_FIND_DATAW& found)> at_child;
 
@@ -29,15 +31,27 @@ std::wstring without_prefix(std::wstring path) {
     return path.starts_with(L"\\\\?\\") ? path.substr(4) : path;
 }
 
-void note(std::vector<std::wstring>& list, const wchar_t* path) {
+std::size_t note(std::vector<std::wstring>& list, const wchar_t* path) {
     const std::lock_guard lock(disk->mutex);
     list.push_back(without_prefix(path));
     disk->threads.insert(GetCurrentThreadId());
+    return list.size();
+}
+
+void wait_for_two_threads() {
+    const ULONGLONG give_up = GetTickCount64() + 60'000;
+    while (GetTickCount64() < give_up) {
+        {
+            const std::lock_guard lock(disk->mutex);
+            if (disk->threads.size() >= 2) return;
+        }
+        Sleep(1);
+    }
 }
 
 HANDLE WINAPI find_first(const wchar_t* pattern, FINDEX_INFO_LEVELS level, void* out,
                          FINDEX_SEARCH_OPS search, void* filter, DWORD flags) {
-    note(disk->opened, pattern);
+    if (note(disk->opened, pattern) == disk->answered_to_two) wait_for_two_threads();
     Sleep(disk->answer_ms);
     HANDLE const handle = FindFirstFileExW(pattern, level, out, search, filter, flags);
     if (handle == INVALID_HANDLE_VALUE) return handle;
@@ -117,6 +131,7 @@ TEST_F(WalkAheadTest, a_slow_disk_is_read_by_several_threads_and_gives_the_same_
     ASSERT_FALSE(fast.empty());
 
     disk->answer_ms = 4;
+    disk->answered_to_two = kFolders;
     disk->opened.clear();
     disk->asked.clear();
     disk->threads.clear();
