@@ -5,4 +5,4 @@ set -euo pipefail
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cmake --install "$SS_BIN/.." --prefix "$scratch/tree" >"$scratch/log" || { cat "$scratch/log"; exit 1; }
-"$SS_SOURCE/scripts/test-package" "$scratch/tree" c cpp
+"$SS_SOURCE/scripts/lib/test-package" "$scratch/tree" c cpp

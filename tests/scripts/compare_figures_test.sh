@@ -16,7 +16,7 @@ run() {
         printf '{"figure": "%s", "unit": "ms", "least": %s, "median": %s, "most": %s}\n' "${@:1:4}"
         shift 4
     done >"$scratch/lines/some_bench.lines"
-    "$SS_SOURCE/scripts/compare-figures" join "$scratch/lines" "${file%.json}" >"$scratch/$file"
+    "$SS_SOURCE/scripts/lib/compare-figures" join "$scratch/lines" "${file%.json}" >"$scratch/$file"
 }
 
 # expect CODE TEXT: how comparing old.json with new.json ends, and its last line
