@@ -13,7 +13,7 @@
 #include "corpus.hpp"
 #include "index/index.hpp"
 #include "method.hpp"
-#include "query/reference_search.hpp"
+#include "rules/query/reference_search.hpp"
 #include "query/scan.hpp"
 #include "system_search.h"
 

@@ -20,8 +20,5 @@ target_compile_options(warnings INTERFACE
 
 # The sources of the core, without what is particular to one platform. Globbed: a new file in one
 # of these folders is part of the library.
-set(CORE_FOLDERS engine index query listing common platform)
-list(TRANSFORM CORE_FOLDERS REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/src/\\1/*.cpp"
-  OUTPUT_VARIABLE core_patterns)
-file(GLOB CORE_SOURCES CONFIGURE_DEPENDS ${core_patterns})
+file(GLOB CORE_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*/*.cpp)
 list(FILTER CORE_SOURCES EXCLUDE REGEX "/src/(common/attach|platform/windows[^/]*)\\.cpp$")

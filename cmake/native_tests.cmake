@@ -1,55 +1,43 @@
-# tests/FOLDER/*_test.cpp become the program FOLDER_tests, linked with the core and the simulated
-# volume; other sources in the folder are linked in with them.
+# tests/GROUP/FOLDER/*_test.cpp become the program FOLDER_tests, linked with the core and the
+# simulated volume; other sources in the folder are linked in with them.
 include(GoogleTest)
 
-file(GLOB test_files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/*/*_test.cpp)
-list(FILTER test_files EXCLUDE REGEX "/tests/(windows|dll|console|window_logic)/")
-set(folders)
-foreach(file IN LISTS test_files)
-  cmake_path(GET file PARENT_PATH folder)
-  list(APPEND folders ${folder})
-endforeach()
-list(REMOVE_DUPLICATES folders)
-
-foreach(folder IN LISTS folders)
-  cmake_path(GET folder FILENAME name)
-  if(name STREQUAL simulated)  # its other sources are in the core library
-    file(GLOB sources CONFIGURE_DEPENDS ${folder}/*_test.cpp)
-  else()
-    file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp)
-  endif()
-  add_executable(${name}_tests ${sources})
+function(add_native_tests name)
+  add_executable(${name}_tests ${ARGN})
   target_link_libraries(${name}_tests PRIVATE core warnings gtest_main)
   gtest_discover_tests(${name}_tests TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+endfunction()
+
+set(tests ${PROJECT_SOURCE_DIR}/tests)
+file(GLOB test_files CONFIGURE_DEPENDS ${tests}/rules/*/*_test.cpp ${tests}/core/*/*_test.cpp)
+list(TRANSFORM test_files REPLACE "/[^/]+$" "" OUTPUT_VARIABLE folders)
+list(REMOVE_DUPLICATES folders)
+foreach(folder IN LISTS folders)
+  cmake_path(GET folder FILENAME name)
+  file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp)
+  add_native_tests(${name} ${sources})
 endforeach()
 
-# The console host's sources that know neither Windows nor the library.
-file(GLOB console_tests CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/console/*_test.cpp)
-set(console_folder ${PROJECT_SOURCE_DIR}/examples/console)
-set(console_sources arguments help json numbers sentences table utf8)
-list(TRANSFORM console_sources REPLACE "(.+)" "${console_folder}/\\1.cpp")
-add_executable(console_tests ${console_tests} ${console_sources})
-target_include_directories(console_tests PRIVATE ${console_folder} ${PROJECT_SOURCE_DIR}/include)
-target_compile_definitions(console_tests PRIVATE SYSTEM_SEARCH_VERSION="${PROJECT_VERSION}")
-target_link_libraries(console_tests PRIVATE warnings gtest_main)
-gtest_discover_tests(console_tests TEST_PREFIX console. DISCOVERY_MODE PRE_TEST
-  DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+# The simulated machine itself is in the core library.
+file(GLOB sources CONFIGURE_DEPENDS ${tests}/simulated/*_test.cpp)
+add_native_tests(simulated ${sources})
 
-# The parts of the window that decide; they know no windows. The library is the core itself.
-file(GLOB window_tests CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/window_logic/*_test.cpp)
-set(window_folder ${PROJECT_SOURCE_DIR}/examples/window)
+# What the programs decide, which knows neither Windows nor windows; their library is the core itself.
+set(console_sources arguments help json numbers sentences table utf8)
 set(window_sources arguments contrast highlight index_session latencies numbers paths placement
   rows search_plan searches sentences settings worker)
-list(TRANSFORM window_sources REPLACE "(.+)" "${window_folder}/\\1.cpp")
-add_executable(window_logic_tests ${window_tests} ${window_sources})
-target_include_directories(window_logic_tests PRIVATE ${window_folder})
-target_link_libraries(window_logic_tests PRIVATE core warnings gtest_main)
-gtest_discover_tests(window_logic_tests TEST_PREFIX window_logic. DISCOVERY_MODE PRE_TEST
-  DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+foreach(app console window)
+  set(folder ${PROJECT_SOURCE_DIR}/examples/${app})
+  list(TRANSFORM ${app}_sources REPLACE "(.+)" "${folder}/\\1.cpp")
+  file(GLOB sources CONFIGURE_DEPENDS ${tests}/apps/${app}/*_test.cpp)
+  add_native_tests(${app} ${sources} ${${app}_sources})
+  target_include_directories(${app}_tests PRIVATE ${folder})
+  target_compile_definitions(${app}_tests PRIVATE SYSTEM_SEARCH_VERSION="${PROJECT_VERSION}")
+endforeach()
 
 if(SS_BUILD_FUZZERS)
-  file(GLOB fuzzers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/fuzz/*_fuzz.cpp)
+  file(GLOB fuzzers CONFIGURE_DEPENDS ${tests}/core/fuzz/*_fuzz.cpp)
   foreach(file IN LISTS fuzzers)
     cmake_path(GET file STEM name)
     add_executable(${name} ${file})

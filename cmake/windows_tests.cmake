@@ -1,11 +1,11 @@
-# Tests of the shipped DLL. tests/windows/*_test.cpp are GoogleTest programs, tests/windows/*.c are
-# programs that return 0 when all is well; both link the import library and run through the
-# emulator. Other *.cpp files there are linked into every GoogleTest program.
+# Tests of the shipped DLL. tests/dll/*_test.cpp are GoogleTest programs, tests/dll/*.c are programs
+# that return 0 when all is well; both link the import library and run through the emulator. Those in
+# tests/dll/windows_only are about what Wine lacks: the kit's test sees that each says so there.
 #
 # NAME_test.sh beside NAME_test.cpp runs in its place, with the program as its argument, to prepare
-# what only the Unix side can make (links, typed drives). tests/*/NAME_test.sh without a program is
-# a test of its own. All of them get SS_SOURCE, SS_BIN and SS_WINE.
-set(windows_folder ${PROJECT_SOURCE_DIR}/tests/windows)
+# what only the Unix side can make (links, typed drives). Any other NAME_test.sh below tests/ is a
+# test of its own. All of them get SS_SOURCE, SS_BIN and SS_WINE.
+set(dll_folder ${PROJECT_SOURCE_DIR}/tests/dll)
 set(test_environment
   SS_SOURCE=${PROJECT_SOURCE_DIR}
   SS_BIN=${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
@@ -25,19 +25,10 @@ function(set_up_windows_test name)
   endif()
 endfunction()
 
-file(GLOB test_files CONFIGURE_DEPENDS ${windows_folder}/*_test.cpp)
-file(GLOB support_files CONFIGURE_DEPENDS ${windows_folder}/*.cpp)
-file(GLOB c_files CONFIGURE_DEPENDS ${windows_folder}/*.c)
-file(GLOB script_files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/*/*_test.sh)
-list(REMOVE_ITEM support_files "" ${test_files})
-
-if(support_files)
-  add_library(windows_test_support STATIC EXCLUDE_FROM_ALL ${support_files})
-  target_link_libraries(windows_test_support PUBLIC system_search gtest PRIVATE warnings)
-endif()
-
-# Wine lacks what all of these are about; the kit's test sees that each says so there.
-set(only_on_windows links_test names_test volumes_test windows_folder_test)
+file(GLOB test_files CONFIGURE_DEPENDS ${dll_folder}/*_test.cpp ${dll_folder}/windows_only/*_test.cpp)
+file(GLOB c_files CONFIGURE_DEPENDS ${dll_folder}/*.c)
+file(GLOB script_files CONFIGURE_DEPENDS
+  ${PROJECT_SOURCE_DIR}/tests/*/*_test.sh ${PROJECT_SOURCE_DIR}/tests/*/*/*_test.sh)
 
 foreach(file IN LISTS test_files c_files)
   cmake_path(GET file STEM name)
@@ -48,19 +39,19 @@ foreach(file IN LISTS test_files c_files)
   target_link_options(${name} PRIVATE -static)
   if(extension STREQUAL ".cpp")
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-    target_link_libraries(${name} PRIVATE $<TARGET_NAME_IF_EXISTS:windows_test_support> gtest_main)
+    target_link_libraries(${name} PRIVATE gtest_main)
   endif()
-  if(name IN_LIST only_on_windows)
+  if(file MATCHES "/windows_only/")
     continue()
   endif()
-  set(script ${windows_folder}/${name}.sh)
+  set(script ${dll_folder}/${name}.sh)
   if(script IN_LIST script_files)
     list(REMOVE_ITEM script_files ${script})
-    add_test(NAME windows.${name} COMMAND bash ${script} $<TARGET_FILE:${name}>)
+    add_test(NAME dll.${name} COMMAND bash ${script} $<TARGET_FILE:${name}>)
   else()
-    add_test(NAME windows.${name} COMMAND ${name})
+    add_test(NAME dll.${name} COMMAND ${name})
   endif()
-  set_up_windows_test(windows.${name})
+  set_up_windows_test(dll.${name})
 endforeach()
 
 target_link_libraries(guide_test PRIVATE $<TARGET_NAME_IF_EXISTS:guide>)
@@ -72,7 +63,7 @@ target_sources(text_test PRIVATE ${PROJECT_SOURCE_DIR}/src/common/text.cpp)
 target_include_directories(text_test PRIVATE ${PROJECT_SOURCE_DIR}/src)
 
 # What the kit for a Windows machine runs each program with.
-add_executable(run_one ${PROJECT_SOURCE_DIR}/tests/kit/run_one.cpp)
+add_executable(run_one ${PROJECT_SOURCE_DIR}/tests/delivered/kit/run_one.cpp)
 target_link_libraries(run_one PRIVATE warnings)
 target_compile_definitions(run_one PRIVATE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX)
 target_link_options(run_one PRIVATE -static -municode)
@@ -86,7 +77,7 @@ foreach(script IN LISTS script_files)
 endforeach()
 
 # The tests of the window drive the real program and look at it through this one.
-file(GLOB probe_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/window/*.cpp)
+file(GLOB probe_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/apps/window/probe/*.cpp)
 add_executable(window_probe ${probe_sources})
 target_compile_definitions(window_probe PRIVATE
   UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)

@@ -14,8 +14,8 @@ starts=${1:-9}
 export SS_BIN=$PWD/build/windows/bin SS_WINE=$PWD/scripts/wine
 export SS_WINDOW_PREFIX=$PWD/build/bench/wine SS_WINDOW_SCRATCH=$PWD/build/bench
 mkdir -p build/bench
-# shellcheck source=tests/window/session.sh
-source tests/window/session.sh
+# shellcheck source=tests/apps/window/session.sh
+source tests/apps/window/session.sh
 tool() { python3 benchmarks/windows/window_bench.py "$@"; }
 
 echo "making 100,000 files" >&2

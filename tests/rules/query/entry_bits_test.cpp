@@ -1,0 +1,82 @@
+#include "query/entry_bits.hpp"
+
+#include <gtest/gtest.h>
+
+#include "rules/query/matched_names.hpp"
+
+namespace system_search {
+namespace {
+
+Shard numbered(std::size_t count) {
+    std::vector<std::string> paths;
+    for (std::size_t i = 0; i < count; ++i) paths.push_back("C:/" + std::to_string(i));
+    return shard_of(paths);
+}
+
+std::vector<std::uint32_t> entries_in(const Shard& shard, const EntryBits& bits) {
+    std::vector<std::uint32_t> entries;
+    for_bits(shard, bits, [&](std::uint32_t entry) { entries.push_back(entry); });
+    return entries;
+}
+
+TEST(EntryBits, are_counted_and_visited_in_order) {
+    const Shard shard = numbered(200);
+    EntryBits bits{};
+    for (const std::uint32_t entry : {0u, 63u, 64u, 130u, 199u}) {
+        bits[entry / 64] |= std::uint64_t{1} << entry % 64;
+    }
+    EXPECT_EQ(count_bits(shard, bits), 5u);
+    EXPECT_EQ(entries_in(shard, bits), (std::vector<std::uint32_t>{0, 63, 64, 130, 199}));
+}
+
+TEST(EntryBits, words_of_a_range_hold_exactly_its_bits) {
+    for (std::uint32_t first = 0; first < 140; ++first) {
+        for (std::uint32_t end = first; end < 140; ++end) {
+            EntryBits bits{};
+            for_words(first, end, [&](std::uint32_t word, std::uint64_t mask) {
+                ASSERT_EQ(bits[word], 0u);
+                bits[word] = mask;
+            });
+            for (std::uint32_t i = 0; i < 192; ++i) {
+                ASSERT_EQ(bits[i / 64] >> i % 64 & 1, i >= first && i < end) << first << " " << end;
+            }
+        }
+    }
+}
+
+TEST(EntryBits, are_kept_inside_a_range_as_asked_and_left_alone_outside) {
+    const std::atomic<bool> cancel{false};
+    const Shard shard = numbered(200);
+    EntryBits bits;
+    std::fill_n(bits, shard.words(), ~std::uint64_t{0} >> 56);
+    keep_if(bits, 2, 66, cancel, [](std::uint32_t entry) { return entry % 2 == 0; });
+    EXPECT_EQ(entries_in(shard, bits),
+              (std::vector<std::uint32_t>{0,   1,   2,   4,   6,   64,  66,  67,  68,  69,
+                                          70,  71,  128, 129, 130, 131, 132, 133, 134, 135,
+                                          192, 193, 194, 195, 196, 197, 198, 199}));
+    keep_names_if(shard, bits, cancel, [](std::uint32_t entry) { return entry < 5; });
+    EXPECT_EQ(entries_in(shard, bits), (std::vector<std::uint32_t>{0, 1, 2, 4}));
+}
+
+TEST(EntryBits, are_not_looked_at_any_more_when_cancelled) {
+    std::atomic<bool> cancel{false};
+    const Shard shard = numbered(200);
+    EntryBits bits;
+    std::fill_n(bits, shard.words(), ~std::uint64_t{0});
+    std::uint32_t asked = 0;
+    const auto keep = [&](std::uint32_t entry) {
+        ++asked;
+        cancel = entry == 9;
+        return true;
+    };
+    keep_if(bits, 0, 200, cancel, keep);
+    EXPECT_EQ(asked, 10u);
+    cancel = false;
+    asked = 0;
+    bits[3] = 0xFF;  // of 200 entries
+    keep_names_if(shard, bits, cancel, keep);
+    EXPECT_EQ(asked, 10u);
+}
+
+}  // namespace
+}  // namespace system_search
