@@ -13,8 +13,8 @@
 #include "corpus.hpp"
 #include "index/index.hpp"
 #include "method.hpp"
-#include "rules/query/reference_search.hpp"
 #include "query/scan.hpp"
+#include "rules/query/reference_search.hpp"
 #include "system_search.h"
 
 namespace system_search::bench {

@@ -24,14 +24,10 @@ file(GLOB sources CONFIGURE_DEPENDS ${tests}/simulated/*_test.cpp)
 add_native_tests(simulated ${sources})
 
 # What the programs decide, which knows neither Windows nor windows; their library is the core itself.
-set(console_sources arguments help json numbers sentences table utf8)
-set(window_sources arguments contrast highlight index_session latencies numbers paths placement
-  rows search_plan searches sentences settings worker)
 foreach(app console window)
-  set(folder ${PROJECT_SOURCE_DIR}/examples/${app})
-  list(TRANSFORM ${app}_sources REPLACE "(.+)" "${folder}/\\1.cpp")
-  file(GLOB sources CONFIGURE_DEPENDS ${tests}/apps/${app}/*_test.cpp)
-  add_native_tests(${app} ${sources} ${${app}_sources})
+  set(folder ${PROJECT_SOURCE_DIR}/apps/${app})
+  file(GLOB sources CONFIGURE_DEPENDS ${tests}/apps/${app}/*_test.cpp ${folder}/model/*.cpp)
+  add_native_tests(${app} ${sources})
   target_include_directories(${app}_tests PRIVATE ${folder})
   target_compile_definitions(${app}_tests PRIVATE SYSTEM_SEARCH_VERSION="${PROJECT_VERSION}")
 endforeach()

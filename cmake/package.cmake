@@ -51,7 +51,9 @@ install(FILES cmake/package-readme.md DESTINATION . RENAME README.md)
 install(FILES CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(DIRECTORY examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples
-  PATTERN console EXCLUDE REGEX "/examples/CMakeLists\\.txt$" EXCLUDE)
+  REGEX "/examples/CMakeLists\\.txt$" EXCLUDE)
+# The window whole, to build and to change.
+install(DIRECTORY apps/common apps/window DESTINATION ${CMAKE_INSTALL_DOCDIR}/apps)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/documents/ DESTINATION ${CMAKE_INSTALL_DOCDIR} OPTIONAL)
 
 set(CPACK_GENERATOR ZIP)

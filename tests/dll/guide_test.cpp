@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "system_search.h"
 #include "dll/held_build.hpp"
+#include "system_search.h"
 extern "C" {
 #include "guide.h"
 }

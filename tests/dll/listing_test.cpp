@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "system_search.h"
 #include "dll/host_query.hpp"
 #include "dll/machine.hpp"
+#include "system_search.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "system_search.h"
 #include "dll/machine.hpp"
+#include "system_search.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <thread>
 #include <vector>
 
-#include "system_search.h"
 #include "dll/host_query.hpp"
 #include "dll/process_resources.hpp"
+#include "system_search.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "arguments.hpp"
+#include "model/arguments.hpp"
 
 #include <gtest/gtest.h>
 #include <system_search.h>
 
-#include "help.hpp"
+#include "model/help.hpp"
 
 namespace console {
 namespace {

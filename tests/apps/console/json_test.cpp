@@ -1,4 +1,4 @@
-#include "json.hpp"
+#include "model/json.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "sentences.hpp"
+#include "model/sentences.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "table.hpp"
+#include "model/table.hpp"
 
 #include <gtest/gtest.h>
 

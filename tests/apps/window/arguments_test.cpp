@@ -1,4 +1,4 @@
-#include "arguments.hpp"
+#include "model/arguments.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "contrast.hpp"
+#include "model/contrast.hpp"
 
 #include <gtest/gtest.h>
 

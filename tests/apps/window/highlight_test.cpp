@@ -1,10 +1,10 @@
-#include "highlight.hpp"
+#include "model/highlight.hpp"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "paths.hpp"
+#include "model/paths.hpp"
 
 namespace window {
 namespace {

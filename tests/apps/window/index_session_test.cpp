@@ -1,4 +1,4 @@
-#include "index_session.hpp"
+#include "model/index_session.hpp"
 
 #include <memory>
 #include <new>

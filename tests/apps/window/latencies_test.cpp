@@ -1,4 +1,4 @@
-#include "latencies.hpp"
+#include "model/latencies.hpp"
 
 #include <gtest/gtest.h>
 

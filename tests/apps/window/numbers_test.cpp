@@ -1,4 +1,4 @@
-#include "numbers.hpp"
+#include "model/numbers.hpp"
 
 #include <gtest/gtest.h>
 

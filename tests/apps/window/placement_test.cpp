@@ -1,4 +1,4 @@
-#include "placement.hpp"
+#include "model/placement.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "rows.hpp"
+#include "model/rows.hpp"
 
 #include <gtest/gtest.h>
 

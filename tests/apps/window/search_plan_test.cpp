@@ -1,4 +1,4 @@
-#include "search_plan.hpp"
+#include "model/search_plan.hpp"
 
 #include <gtest/gtest.h>
 

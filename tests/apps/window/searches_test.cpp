@@ -1,4 +1,4 @@
-#include "searches.hpp"
+#include "model/searches.hpp"
 
 #include <new>
 #include <string>

@@ -1,4 +1,4 @@
-#include "settings.hpp"
+#include "model/settings.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "worker.hpp"
+#include "model/worker.hpp"
 
 #include <gtest/gtest.h>
 

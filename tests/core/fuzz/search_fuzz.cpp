@@ -13,8 +13,8 @@
 #include "index/index.hpp"
 #include "query/candidates.hpp"
 #include "query/pattern.hpp"
-#include "rules/query/reference_search.hpp"
 #include "query/scan.hpp"
+#include "rules/query/reference_search.hpp"
 
 using namespace system_search;
 

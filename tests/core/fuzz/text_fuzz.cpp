@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "rules/common/reference_text.hpp"
 #include "common/text.hpp"
+#include "rules/common/reference_text.hpp"
 
 using namespace system_search;
 

@@ -1,7 +1,7 @@
 // Moments between two steps of one thread in which another thread may act. They last nanoseconds,
 // so a test stands in them by way of a hook, or of fields that change between two reads.
-#include "rules/engine/engine_test_support.hpp"
 #include "engine/status.hpp"
+#include "rules/engine/engine_test_support.hpp"
 #include "simulated/lock_hook.hpp"
 
 namespace system_search {

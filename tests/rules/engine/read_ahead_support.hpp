@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "rules/engine/engine_test_support.hpp"
 #include "engine/index_cache.hpp"
-#include "rules/engine/plain_walk.hpp"
 #include "engine/read_ahead.hpp"
 #include "engine/walk.hpp"
+#include "rules/engine/engine_test_support.hpp"
+#include "rules/engine/plain_walk.hpp"
 
 namespace system_search {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "rules/engine/engine_test_support.hpp"
 #include "engine/walk.hpp"
+#include "rules/engine/engine_test_support.hpp"
 
 namespace system_search {
 

@@ -2,9 +2,9 @@
 // the current shard.
 #include <atomic>
 
-#include "rules/index/cache_bytes.hpp"
 #include "index/cache_reader.hpp"
 #include "index/cache_writer.hpp"
+#include "rules/index/cache_bytes.hpp"
 #include "simulated/volume_test_fixture.hpp"
 
 namespace system_search {

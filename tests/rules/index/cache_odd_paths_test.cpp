@@ -1,7 +1,7 @@
 // Paths that no walk finds but a cache file may hold: they come back byte for byte.
-#include "rules/index/cache_reader_support.hpp"
 #include "index/cache_writer.hpp"
 #include "query/search.hpp"
+#include "rules/index/cache_reader_support.hpp"
 
 namespace system_search {
 namespace {

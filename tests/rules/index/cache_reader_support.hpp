@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "rules/index/cache_bytes.hpp"
 #include "index/cache_reader.hpp"
+#include "rules/index/cache_bytes.hpp"
 #include "simulated/volume_test_fixture.hpp"
 
 namespace system_search {

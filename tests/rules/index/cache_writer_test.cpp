@@ -3,8 +3,8 @@
 #include <atomic>
 #include <optional>
 
-#include "rules/index/cache_bytes.hpp"
 #include "index/cache_reader.hpp"
+#include "rules/index/cache_bytes.hpp"
 #include "simulated/each_fault.hpp"
 #include "simulated/volume_test_fixture.hpp"
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "rules/index/cache_bytes.hpp"
 #include "index/cache_reader.hpp"
+#include "rules/index/cache_bytes.hpp"
 
 namespace system_search {
 

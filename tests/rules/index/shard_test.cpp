@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "rules/index/path_corpus.hpp"
 #include "index/signature.hpp"
+#include "rules/index/path_corpus.hpp"
 
 namespace system_search {
 namespace {

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "rules/engine/engine_test_support.hpp"
 #include "query/query.hpp"
 #include "query/search.hpp"
+#include "rules/engine/engine_test_support.hpp"
 
 inline bool operator==(const QueryStatus& a, const QueryStatus& b) {
     return a.state == b.state && a.matched == b.matched && a.count == b.count &&

@@ -1,0 +1,171 @@
+#include "system/shell_actions.hpp"
+
+#include <shellapi.h>
+#include <shlobj.h>
+
+#include <cstring>
+#include <map>
+#include <memory>
+
+#include "common/wide_text.hpp"
+#include "model/paths.hpp"
+#include "model/sentences.hpp"
+
+namespace window {
+namespace {
+
+bool has_vanished(const std::wstring& path) {
+    if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return false;
+    const DWORD error = GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+           error == ERROR_BAD_NETPATH || error == ERROR_INVALID_DRIVE;
+}
+
+/* The system's own sentence about an error. */
+std::string error_text(DWORD error) {
+    if (error == ERROR_NO_ASSOCIATION) return "No program is set to open files of this kind.";
+    wchar_t text[512];
+    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+                                        nullptr, error, 0, text, 512, nullptr);
+    std::string sentence = app::to_utf8({text, length}).value_or("");
+    while (!sentence.empty() && (sentence.back() == '\n' || sentence.back() == '\r')) {
+        sentence.pop_back();
+    }
+    return sentence;
+}
+
+std::string execute(HWND owner, const std::string& path) {
+    const std::wstring file = app::native_wide(path);
+    if (has_vanished(file)) return vanished_sentence(std::string(name_of(path)));
+    const std::wstring folder = app::native_wide(folder_of(path));
+    SHELLEXECUTEINFOW what{};
+    what.cbSize = sizeof what;
+    what.fMask = SEE_MASK_FLAG_NO_UI;
+    what.hwnd = owner;
+    what.lpFile = file.c_str();
+    what.lpDirectory = folder.c_str();
+    what.nShow = SW_SHOWNORMAL;
+    if (ShellExecuteExW(&what)) return "";
+    const DWORD error = GetLastError();
+    if (error == ERROR_CANCELLED) return "";  // the user knows
+    return not_opened_sentence(std::string(name_of(path)), error_text(error));
+}
+
+struct FreeIdList {
+    void operator()(ITEMIDLIST* list) const { ILFree(list); }
+};
+using IdList = std::unique_ptr<ITEMIDLIST, FreeIdList>;
+
+struct ReleaseObject {
+    void operator()(IUnknown* object) const { object->Release(); }
+};
+template <typename Interface>
+using Owned = std::unique_ptr<Interface, ReleaseObject>;
+
+/* The shell's menu for one file or folder; empty when it has none. */
+Owned<IContextMenu> context_menu(HWND owner, const std::wstring& path) {
+    const IdList list(ILCreateFromPathW(path.c_str()));
+    void* folder = nullptr;
+    LPCITEMIDLIST child = nullptr;
+    if (!list || FAILED(SHBindToParent(list.get(), __uuidof(IShellFolder), &folder, &child))) {
+        return nullptr;
+    }
+    const Owned<IShellFolder> owned(static_cast<IShellFolder*>(folder));
+    void* menu = nullptr;
+    if (FAILED(owned->GetUIObjectOf(owner, 1, &child, __uuidof(IContextMenu), nullptr, &menu))) {
+        return nullptr;
+    }
+    return Owned<IContextMenu>(static_cast<IContextMenu*>(menu));
+}
+
+/* Others hold the clipboard for a moment, too: whenever it has changed they look what it holds. */
+bool open_clipboard(HWND owner) {
+    constexpr int kTimes = 20;
+    constexpr DWORD kPauseMilliseconds = 25;
+    for (int more = kTimes; !OpenClipboard(owner); Sleep(kPauseMilliseconds)) {
+        if (--more == 0) return false;
+    }
+    return true;
+}
+
+bool select_in_folder(const std::string& folder, const std::vector<std::string>& paths) {
+    const IdList parent(ILCreateFromPathW(app::native_wide(folder).c_str()));
+    if (!parent) return false;
+    std::vector<IdList> owned;
+    std::vector<LPCITEMIDLIST> children;
+    for (const std::string& path : paths) {
+        owned.emplace_back(ILCreateFromPathW(app::native_wide(path).c_str()));
+        if (owned.back()) children.push_back(owned.back().get());
+    }
+    return SUCCEEDED(SHOpenFolderAndSelectItems(parent.get(), static_cast<UINT>(children.size()),
+                                                children.data(), 0));
+}
+
+}  // namespace
+
+std::string open_result(HWND owner, const std::string& path) {
+    return execute(owner, path);
+}
+
+std::string show_in_folder(HWND owner, const std::vector<std::string>& paths) {
+    std::map<std::string, std::vector<std::string>> by_folder;
+    std::string trouble;
+    for (const std::string& path : paths) {
+        if (has_vanished(app::native_wide(path))) {
+            trouble = vanished_sentence(std::string(name_of(path)));
+        } else {
+            by_folder[std::string(folder_of(path))].push_back(path);
+        }
+    }
+    for (const auto& [folder, inside] : by_folder) {
+        if (select_in_folder(folder, inside)) continue;
+        const std::wstring arguments = L"/select,\"" + app::native_wide(inside.front()) + L"\"";
+        const HINSTANCE started = ShellExecuteW(owner, nullptr, L"explorer.exe", arguments.c_str(),
+                                                nullptr, SW_SHOWNORMAL);
+        if (reinterpret_cast<INT_PTR>(started) <= 32) {
+            trouble = not_opened_sentence(native_path(folder), error_text(GetLastError()));
+        }
+    }
+    return trouble;
+}
+
+std::string show_properties(HWND owner, const std::string& path) {
+    const std::wstring file = app::native_wide(path);
+    if (has_vanished(file)) return vanished_sentence(std::string(name_of(path)));
+    const Owned<IContextMenu> menu = context_menu(owner, file);
+    HMENU commands = CreatePopupMenu();  // the shell wants to fill one before it takes a command
+    CMINVOKECOMMANDINFO what{};
+    what.cbSize = sizeof what;
+    what.hwnd = owner;
+    what.lpVerb = "properties";
+    what.nShow = SW_SHOWNORMAL;
+    const bool is_shown = menu && SUCCEEDED(menu->QueryContextMenu(commands, 0, 1, 0x7FFF, 0)) &&
+                          SUCCEEDED(menu->InvokeCommand(&what));
+    DestroyMenu(commands);
+    return is_shown ? "" : "\"" + std::string(name_of(path)) + "\" has no properties to show.";
+}
+
+std::string copy_lines(HWND owner, const std::vector<std::wstring>& lines) {
+    constexpr const char* kTrouble = "Another program holds the clipboard: nothing was copied.";
+    std::wstring text;
+    for (const std::wstring& line : lines) {
+        if (!text.empty()) text += L"\r\n";
+        text += line;
+    }
+    const std::size_t size = (text.size() + 1) * sizeof(wchar_t);
+    HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, size);
+    if (!memory) return kNoMemorySentence;
+    std::memcpy(GlobalLock(memory), text.c_str(), size);
+    GlobalUnlock(memory);
+    if (!open_clipboard(owner)) {
+        GlobalFree(memory);
+        return kTrouble;
+    }
+    EmptyClipboard();
+    const bool is_taken = SetClipboardData(CF_UNICODETEXT, memory) != nullptr;
+    CloseClipboard();
+    if (!is_taken) GlobalFree(memory);
+    return is_taken ? "" : kTrouble;
+}
+
+}  // namespace window

@@ -1,0 +1,107 @@
+/* The window: puts the parts together and hands their news to one another. */
+#pragma once
+
+#include <windows.h>
+
+#include <chrono>
+#include <ctime>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "model/index_session.hpp"
+#include "model/numbers.hpp"
+#include "model/searches.hpp"
+#include "model/sentences.hpp"
+#include "model/settings.hpp"
+#include "model/worker.hpp"
+#include "system/measurements.hpp"
+#include "view/result_list.hpp"
+#include "view/search_bar.hpp"
+#include "view/status_bar.hpp"
+
+namespace window {
+
+class MainWindow {
+public:
+    /* `settings_folder`: where settings and caches are kept. */
+    MainWindow(Settings settings, std::string settings_folder, Measurements& measurements);
+    ~MainWindow();
+    MainWindow(const MainWindow&) = delete;
+    MainWindow& operator=(const MainWindow&) = delete;
+
+    /* Makes and shows the window. False when the system gives none. */
+    bool open();
+
+    /* Takes a message that was typed for the whole window, or for another control than the one
+       that has the focus. */
+    bool translate(MSG& message) noexcept;
+
+    /* Looks at what the library has done meanwhile. */
+    void tick() noexcept;
+
+    /* How long the message loop may sleep before the next tick(), in milliseconds. */
+    DWORD patience() const;
+
+    /* Gives back what the library holds. False when it could not within `patience`. */
+    bool close_library(std::chrono::milliseconds patience);
+
+private:
+    static LRESULT CALLBACK on_message(HWND handle, UINT message, WPARAM wparam, LPARAM lparam);
+    LRESULT handle_message(UINT message, WPARAM wparam, LPARAM lparam);
+    bool take_message(MSG& message);
+    bool handle_key(const MSG& message);
+    void tell_no_memory() noexcept;
+
+    void create_parts();
+    void set_dpi(int dpi);
+    void layout();
+    void on_command(int id, int code);
+    LRESULT on_notify(NMHDR& header);
+    void on_context_menu(HWND from, POINT at);
+    void on_dpi_changed(int dpi, const RECT* suggested);
+    void on_close();
+
+    void look();
+    void ask();
+    void remember_settings();
+    bool waits_for_answer(void (MainWindow::*action)());
+    void open_scope(const std::string& scope);
+    void pick_folder();
+    void show_answer(Found found);
+    void set_pace(bool needs_beats);
+    void show_status();
+    void show_details();
+    void tell(const std::string& trouble);
+
+    void open_results();
+    void show_in_folders();
+    void copy_paths();
+    void copy_names();
+    void show_properties_of_result();
+    void drag_results();
+
+    Settings settings_;
+    const std::string settings_folder_;
+    Measurements& measurements_;
+    Worker worker_;  // destroys queries and engines
+    HWND window_ = nullptr;
+    HWND focus_ = nullptr;  // the control that had the focus when the window lost it
+    HFONT font_ = nullptr;
+    int dpi_ = 96;
+    std::optional<SearchBar> bar_;
+    std::optional<ResultList> list_;
+    std::optional<StatusBar> status_;
+    std::unique_ptr<IndexSession> session_;
+    Searches searches_;
+    NumberStyle numbers_;
+    Answer answer_;
+    bool has_answer_ = false;
+    std::string trouble_;                           // until the next question is answered
+    bool trouble_is_old_ = false;                   // and there was a question since
+    void (MainWindow::*after_answer_)() = nullptr;  // to be done when the question is answered
+    bool beats_ = false;                            // the timer is set
+    bool is_fine_ = false;                          // the system's clock is set to milliseconds
+};
+
+}  // namespace window
