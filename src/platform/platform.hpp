@@ -20,7 +20,6 @@
 #include "platform/thread_annotations.hpp"
 
 #if !defined(_WIN32)
-#include <condition_variable>
 #include <mutex>
 #endif
 
@@ -243,11 +242,7 @@ public:
     void notify_all() noexcept;
 
 private:
-#if defined(_WIN32)
-    void* condition_variable_ = nullptr;
-#else
-    std::condition_variable condition_;
-#endif
+    [[maybe_unused]] void* condition_variable_ = nullptr;  // used on Windows only
 };
 
 // A thread and the duty to join it. Not std::thread: that one takes a thread-local slot of the

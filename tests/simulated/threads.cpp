@@ -2,6 +2,7 @@
 // the failures that the platform promises.
 #include <pthread.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -10,12 +11,16 @@
 
 #include "simulated/lock_hook.hpp"
 #include "simulated/tree.hpp"
+#include "simulated/waits.hpp"
 
 namespace system_search::simulated {
 namespace {
 
 // What a thread of a Windows program gets unless the program says otherwise.
 constexpr std::size_t kStackBytes = 1 << 20;
+
+// A test that waits for so long fails rather than hangs.
+constexpr std::chrono::milliseconds kHalfAMinute = std::chrono::seconds(30);
 
 struct RunningThread {
     pthread_t thread;
@@ -110,7 +115,122 @@ void run_lock_hook(LockStep step) {
     plan->hook();
 }
 
+// A thread that waits for a condition, on that thread's stack. It leaves the list when it is
+// notified, before it runs again.
+struct Waiter {
+    explicit Waiter(const platform::Condition& waited_for) : condition(&waited_for) {}
+
+    const platform::Condition* condition;
+    std::condition_variable notified;
+    bool is_notified = false;
+    Waiter* next = nullptr;
+};
+
+// All of them, in the order in which they came.
+struct Waits {
+    std::mutex mutex;
+    std::condition_variable changed;
+    Waiter* first = nullptr;
+    std::uint32_t count = 0;
+    bool time_stands_still = false;
+    std::uint32_t longest_limit_milliseconds = 0;
+    std::uint64_t lost_notices = 0;
+};
+
+Waits& waits() {
+    static Waits& only = *new Waits;
+    return only;
+}
+
+void add_waiter(Waits& all, Waiter& waiter) {
+    Waiter** end = &all.first;
+    while (*end != nullptr) end = &(*end)->next;
+    *end = &waiter;
+    ++all.count;
+    all.changed.notify_all();
+}
+
+void remove_waiter(Waits& all, const Waiter& waiter) {
+    Waiter** at = &all.first;
+    while (*at != &waiter) at = &(*at)->next;
+    *at = waiter.next;
+    --all.count;
+}
+
+void notify(const platform::Condition& condition, std::uint32_t most) {
+    Waits& all = waits();
+    const std::lock_guard lock(all.mutex);
+    for (Waiter* waiter = all.first; waiter != nullptr && most > 0; waiter = waiter->next) {
+        if (waiter->condition != &condition) continue;
+        remove_waiter(all, *waiter);
+        waiter->is_notified = true;
+        waiter->notified.notify_one();
+        --most;
+    }
+}
+
+void wait_without_limit(const platform::Condition& condition, std::mutex& mutex) {
+    Waits& all = waits();
+    Waiter waiter(condition);
+    {
+        std::unique_lock lock(all.mutex);
+        add_waiter(all, waiter);
+        mutex.unlock();
+        waiter.notified.wait(lock, [&] { return waiter.is_notified; });
+    }
+    mutex.lock();
+}
+
+void wait_with_limit(const platform::Condition& condition, std::mutex& mutex,
+                     std::uint32_t milliseconds) {
+    Waits& all = waits();
+    Waiter waiter(condition);
+    {
+        std::unique_lock lock(all.mutex);
+        all.longest_limit_milliseconds = std::max(all.longest_limit_milliseconds, milliseconds);
+        add_waiter(all, waiter);
+        mutex.unlock();
+        const bool stands_still = all.time_stands_still;
+        const auto limit = stands_still ? kHalfAMinute : std::chrono::milliseconds(milliseconds);
+        const auto end = std::chrono::system_clock::now() + limit;
+        if (!waiter.notified.wait_until(lock, end, [&] { return waiter.is_notified; })) {
+            remove_waiter(all, waiter);
+            if (stands_still) ++all.lost_notices;
+        }
+    }
+    mutex.lock();
+}
+
 }  // namespace
+
+void let_time_stand_still() {
+    const std::lock_guard lock(waits().mutex);
+    waits().time_stands_still = true;
+}
+
+std::uint64_t lost_notices() {
+    const std::lock_guard lock(waits().mutex);
+    return waits().lost_notices;
+}
+
+std::uint32_t longest_limit_milliseconds() {
+    const std::lock_guard lock(waits().mutex);
+    return waits().longest_limit_milliseconds;
+}
+
+bool wait_until_waiting(std::uint32_t threads) {
+    Waits& all = waits();
+    std::unique_lock lock(all.mutex);
+    const auto deadline = std::chrono::system_clock::now() + kHalfAMinute;
+    return all.changed.wait_until(lock, deadline, [&] { return all.count == threads; });
+}
+
+void reset_waits() {
+    const std::lock_guard lock(waits().mutex);
+    waits().time_stands_still = false;
+    waits().longest_limit_milliseconds = 0;
+    waits().lost_notices = 0;
+}
 
 void hang_until_ended() {
     if (current_thread == nullptr) throw std::logic_error("nobody would end this call");
@@ -123,7 +243,7 @@ void hang_until_ended() {
 
 bool wait_until_a_call_hangs() {
     std::unique_lock lock(endings().mutex);
-    const auto deadline = std::chrono::system_clock::now() + std::chrono::seconds(30);
+    const auto deadline = std::chrono::system_clock::now() + kHalfAMinute;
     return endings().changed.wait_until(lock, deadline, [] { return endings().hanging > 0; });
 }
 
@@ -155,23 +275,19 @@ void Mutex::unlock() noexcept {
 }
 
 void Condition::wait(Mutex& mutex) noexcept {
-    std::unique_lock lock(mutex.mutex_, std::adopt_lock);
-    condition_.wait(lock);
-    lock.release();
+    wait_without_limit(*this, mutex.mutex_);
 }
 
 void Condition::wait_for(Mutex& mutex, std::uint32_t milliseconds) noexcept {
-    std::unique_lock lock(mutex.mutex_, std::adopt_lock);
-    condition_.wait_for(lock, std::chrono::milliseconds(milliseconds));
-    lock.release();
+    wait_with_limit(*this, mutex.mutex_, milliseconds);
 }
 
 void Condition::notify_one() noexcept {
-    condition_.notify_one();
+    notify(*this, 1);
 }
 
 void Condition::notify_all() noexcept {
-    condition_.notify_all();
+    notify(*this, UINT32_MAX);
 }
 
 Thread::~Thread() {

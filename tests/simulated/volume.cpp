@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "simulated/tree.hpp"
+#include "simulated/waits.hpp"
 
 namespace system_search::simulated {
 namespace {
@@ -233,6 +234,7 @@ ParentLocation locate_parent(std::u16string_view path) {
 void reset() {
     const Quiet quiet;
     reset_faults();
+    reset_waits();
     Volume& all = volume();
     const std::lock_guard lock(all.mutex);
     all.roots.clear();

@@ -1,57 +1,13 @@
 // How far readers go ahead, and in which order: what they hold is bounded by bytes whatever the
 // tree looks like, and is given back as the walk passes it.
-#include <atomic>
-#include <chrono>
 #include <mutex>
-#include <thread>
-#include <utility>
-#include <vector>
 
 #include "rules/engine/read_ahead_support.hpp"
+#include "rules/engine/traversal.hpp"
+#include "simulated/waits.hpp"
 
 namespace system_search {
 namespace {
-
-// Goes through a root as the walk does, but keeps nothing.
-class Traversal {
-public:
-    explicit Traversal(const ReadAheadOptions& options) : read_ahead_(root_, cancel_, options) {}
-
-    Folder& enter_root() { return read_ahead_.enter_root(); }
-
-    // Everything below, or until so many children were seen.
-    void go(Folder& folder, std::uint64_t most_children) {
-        std::vector<std::pair<Folder*, std::uint32_t>> levels = {{&folder, sizeof(Piece)}};
-        while (!levels.empty() && children_ < most_children) {
-            auto& [current, next] = levels.back();
-            if (current->piece() == nullptr) {
-                levels.pop_back();
-                if (!levels.empty()) read_ahead_.leave_first(*levels.back().first);
-            } else if (next == current->piece()->bytes) {
-                read_ahead_.next_piece(*current);
-                next = sizeof(Piece);
-            } else {
-                const ChildRecord& child = *current->piece()->record(next);
-                next += child.record_bytes;
-                ++children_;
-                if (child.kind == ChildKind::kFolder) {
-                    ++folders_;
-                    levels.emplace_back(&read_ahead_.enter_next(*current), sizeof(Piece));
-                }
-            }
-        }
-    }
-
-    std::uint64_t children() const { return children_; }
-    std::uint64_t folders() const { return folders_; }
-
-private:
-    const std::u16string root_ = u"C:\\big";
-    const std::atomic<bool> cancel_{false};
-    ReadAhead read_ahead_;
-    std::uint64_t children_ = 0;
-    std::uint64_t folders_ = 1;  // entered
-};
 
 // The bound that the header states: what may wait for the walk, the buffer of each thread, and for
 // each level of the tree what the walk needs in any case.
@@ -87,13 +43,7 @@ TEST_F(ReadAheadTest, stays_within_its_bound_for_wide_deep_and_giant_trees) {
                 const HeapWatch watch;
                 Traversal traversal(options);
                 Folder& root = traversal.enter_root();
-                // The readers run as far ahead as they may before the walk goes on.
-                const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-                const auto far = static_cast<std::int64_t>(options.readers_bytes / 3);
-                while (readers > 0 && HeapWatch::bytes() < far && row.tree->count() > 100 &&
-                       std::chrono::steady_clock::now() < deadline) {
-                    std::this_thread::yield();
-                }
+                ASSERT_TRUE(wait_until_waiting(readers)) << "they do not come to their bound";
                 traversal.go(root, row.children);
                 EXPECT_GE(traversal.children(), row.children);
                 most = HeapWatch::most_bytes();
@@ -110,17 +60,57 @@ TEST_F(ReadAheadTest, stays_within_its_bound_for_wide_deep_and_giant_trees) {
     }
 }
 
-TEST_F(ReadAheadTest, what_the_walk_has_passed_makes_room_for_readers_again) {
-    add_generated_folder(u"C:\\big", std::make_shared<Branching>(300, 3, 1));
-    count_platform_calls();
-    Traversal traversal(in_tiny_pieces(1));
-    traversal.go(traversal.enter_root(), 1000);
-    // The walk stands still, so it is a reader that opens one more.
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (platform_calls(kOpenFolder) <= traversal.folders()) {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-        std::this_thread::yield();
+// What the walk has taken is not read again, so what was read while it stands at the first piece of
+// the root is what waits for it.
+TEST_F(ReadAheadTest, readers_fill_six_mebibytes_and_no_more) {
+    constexpr std::uint64_t kBytes = 6 << 20;
+    const std::shared_ptr<const GeneratedFolder> trees[] = {
+        std::make_shared<Branching>(0, 1'000'000, 0), std::make_shared<Branching>(100, 60'000, 1)};
+    std::uint64_t child_bytes = 0;
+    for (const auto& tree : trees) {
+        for (std::uint32_t readers = 1; readers <= kMostReaders; ++readers) {
+            SCOPED_TRACE(std::to_string(readers) + " readers");
+            reset();
+            add_generated_folder(u"C:\\big", tree);
+            count_platform_calls();
+            Traversal traversal(with_readers(readers));
+            const Piece& first = *traversal.enter_root().piece();
+            if (child_bytes == 0) child_bytes = first.bytes / first.children;
+            ASSERT_TRUE(wait_until_waiting(readers));
+            const std::uint64_t read = platform_calls(kOpenFolder | kNextChild) * child_bytes;
+            EXPECT_LE(read, kBytes);
+            EXPECT_GT(read, kBytes - (1 << 20) - (64 << 10)) << "there was room for one more";
+        }
     }
+}
+
+TEST_F(ReadAheadTest, what_is_being_read_takes_its_room_already) {
+    for (const char16_t* file : {u"C:\\big\\a\\1", u"C:\\big\\b\\1", u"C:\\big\\c\\1"}) {
+        add_file(file);
+    }
+    count_platform_calls();
+    ReadAheadOptions options = with_readers(3);
+    options.readers_bytes = options.piece_bytes + (options.piece_bytes >> 1);
+    std::uint32_t idle = 0;
+    on_child(u"C:\\big\\a", 0, [&] { idle = wait_until_waiting(2) ? 2 : 0; });
+    Traversal traversal(options);
+    traversal.enter_root();
+    ASSERT_TRUE(wait_until_waiting(3));
+    EXPECT_EQ(idle, 2u) << "the others read beside the first";
+}
+
+TEST_F(ReadAheadTest, what_nobody_came_to_read_is_given_back) {
+    add_generated_folder(u"C:\\big", std::make_shared<Branching>(40, 50, 2));
+    const HeapWatch watch;
+    {
+        ReadAheadOptions options = in_tiny_pieces(2);
+        options.readers_bytes = 200'000;
+        Traversal traversal(options);
+        traversal.go(traversal.enter_root(), 60);
+        ASSERT_TRUE(wait_until_waiting(2));
+        EXPECT_GT(HeapWatch::bytes(), 150'000);
+    }
+    EXPECT_EQ(HeapWatch::bytes(), 0);
 }
 
 TEST_F(ReadAheadTest, a_folder_is_closed_before_anything_below_it_is_entered) {
@@ -147,12 +137,8 @@ TEST_F(ReadAheadTest, readers_go_for_what_the_walk_needs_soonest) {
     }
     Traversal traversal(with_readers(1));
     traversal.enter_root();
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    for (std::size_t count = 0; count < in_order.size();) {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-        const std::lock_guard lock(mutex);
-        count = read.size();
-    }
+    ASSERT_TRUE(wait_until_waiting(1));
+    const std::lock_guard lock(mutex);
     EXPECT_EQ(read, in_order);
 }
 

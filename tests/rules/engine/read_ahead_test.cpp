@@ -191,6 +191,20 @@ TEST_F(ReadersAsNeededTest, some_on_a_slow_disk_and_none_for_a_few_folders) {
     EXPECT_LE(threads, kMostReaders);
 }
 
+// A folder after the other, and each says only when it was read which one is next.
+TEST_F(ReadersAsNeededTest, none_for_a_chain_that_leaves_nothing_to_read_ahead) {
+    reset();
+    add_generated_folder(u"C:\\big", folder_chain(u"below", 300));
+    freeze_clock(1'000'000'000);
+    set_latencies({.open = 10'000'000, .attributes = 10'000'000});
+    count_platform_calls();
+    Engine engine;
+    Index index;
+    walk(engine, index, {u"C:\\big"});
+    EXPECT_EQ(entry_count(index), 300u);
+    EXPECT_EQ(platform_calls(kStartThread), 0u);
+}
+
 TEST_F(ReadAheadTest, does_with_the_readers_that_it_can_get) {
     const RandomTree tree(7);
     const Roots roots = {u"C:\\root"};
