@@ -1,34 +1,9 @@
 #include "index/batch.hpp"
 
-#include <cstring>
-
 #include "common/bytes.hpp"
+#include "index/text_hash.hpp"
 
 namespace system_search {
-namespace {
-
-std::uint64_t hash_of(std::string_view text) {
-    constexpr std::uint64_t kOdd = 0x9E3779B97F4A7C15;
-    std::uint64_t hash = text.size();
-    const auto mix = [&](const char* at, std::size_t bytes) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, at, bytes);
-        hash = (hash ^ word) * kOdd;
-        hash ^= hash >> 32;
-    };
-    constexpr std::size_t kWord = sizeof hash;
-    if (text.size() < kWord) {
-        mix(text.data(), text.size());
-    } else {
-        for (std::size_t at = 0; at + kWord < text.size(); at += kWord)
-            mix(text.data() + at, kWord);
-        mix(text.data() + text.size() - kWord, kWord);
-    }
-    return hash * kOdd;
-}
-
-}  // namespace
-
 Batch::Batch() : names_(kNamesStart, '\0') {}
 
 void Batch::add(std::string_view folder, std::string_view name, std::uint32_t kind) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "simulated/faults.hpp"
+#include "simulated/lock_hook.hpp"
 
 namespace system_search {
 namespace {
@@ -75,6 +76,38 @@ TEST(Index, snapshot_outlives_its_index_and_does_not_grow_with_it) {
     EXPECT_EQ(snapshot.entry_count, 2u);
     ASSERT_EQ(snapshot.shards.size(), 1u);
     EXPECT_EQ(snapshot.shards[0]->entry(1).path, "C:/1");
+}
+
+// A reader may come at any moment: it has to wait while the list of shards and their count change.
+TEST(Index, shards_and_their_count_change_in_one_step_under_the_lock) {
+    using simulated::LockStep;
+    for (const bool has_published : {false, true}) {
+        Index index;
+        Batch batch = numbered(7);
+        bool has_looked = false;
+        const LockStep step = has_published ? LockStep::kAfterUnlock : LockStep::kBeforeLock;
+        simulated::on_lock_of_this_thread(1, step, [&] {
+            has_looked = true;
+            const Snapshot snapshot = take_snapshot(index);
+            EXPECT_EQ(snapshot.shards.size(), has_published ? 1u : 0u);
+            EXPECT_EQ(snapshot.entry_count, has_published ? 7u : 0u);
+            EXPECT_FALSE(batch.empty());
+        });
+        publish_shard(index, batch);
+        EXPECT_TRUE(has_looked) << "there is no lock";
+    }
+}
+
+TEST(Index, whoever_reads_shards_or_their_count_takes_the_lock) {
+    Index index;
+    int locks = 0;
+    const auto count = [&] { ++locks; };
+    simulated::on_lock_of_this_thread(1, simulated::LockStep::kBeforeLock, count);
+    take_snapshot(index);
+    simulated::on_lock_of_this_thread(1, simulated::LockStep::kBeforeLock, count);
+    entry_count(index);
+    EXPECT_EQ(locks, 2);
+    simulated::on_lock_of_this_thread(1, simulated::LockStep::kBeforeLock, {});
 }
 
 TEST(Index, publishing_that_runs_out_of_memory_changes_nothing) {

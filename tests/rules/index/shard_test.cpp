@@ -182,6 +182,9 @@ TEST(Shard, least_entry_comes_first_in_result_order) {
     EXPECT_EQ(least({"C:/a/long name 2", "C:/a/long name 1", "C:/a/long name"}), "C:/a/long name");
     EXPECT_EQ(least({"C:/a/same names", "C:/a/Same names"}), "C:/a/Same names");
     EXPECT_EQ(least({"C:/a/b", "C:/a/"}), "C:/a/");
+    EXPECT_EQ(least({"C:/a/b", "C:/a/", "C:/a/later"}), "C:/a/")
+        << "an empty name has no part in the bytes behind it";
+    EXPECT_EQ(least({"C:/a/bb", "C:/a/b", "C:/a/later"}), "C:/a/b");
     EXPECT_EQ(least({"C:/a/\u00E9", "C:/a/z"}), "C:/a/z") << "bytes have no sign";
 }
 
