@@ -60,6 +60,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#if (defined(_WIN32) && !defined(_WIN64)) || (defined(UINTPTR_MAX) && UINTPTR_MAX <= 0xFFFFFFFFu)
+#error "System Search is for 64-bit programs: choose x64 as the platform of the build."
+#endif
+
 #if defined(_WIN32) && !defined(SS_STATIC) && !defined(SS_BUILDING)
 #define SS_API __declspec(dllimport)
 #else
@@ -71,6 +75,14 @@ extern "C" {
 #endif
 
 /* ---- Constants ------------------------------------------------------------------------------ */
+
+/* The version of this header. Within one major version functions, records and constants only ever
+   grow in number, so a host that was compiled against an older header works with a newer library.
+   A new major version has a DLL of another name: a host never meets one that it does not fit. */
+#define SS_VERSION_MAJOR 1 /* changes when a host has to be changed */
+#define SS_VERSION_MINOR 0 /* changes when something was added */
+#define SS_VERSION_PATCH 0 /* changes when something was mended */
+#define SS_VERSION "1.0.0" /* the three as a text */
 
 /* The state of an engine's build: EngineStatus.state. */
 #define SS_ENGINE_IDLE 0u      /* created, never started */
@@ -172,7 +184,7 @@ SS_API void ss_cancel(SystemSearchEngine* engine);
 /* Fills `out`. With a null engine or a null `out` nothing is written. Never waits for the build.
    The state is read before the counters: the call that first shows the end of a build holds its
    final counters, too; one that shows it running may hold counters newer than that. */
-SS_API void ss_status(SystemSearchEngine* engine, EngineStatus* out);
+SS_API void ss_status(const SystemSearchEngine* engine, EngineStatus* out);
 
 /* Returns the engine's last error as an English sentence, "" when there is none; never null.
  * A build that failed comes with the reason; after a start that failed the text is empty or an
@@ -181,7 +193,7 @@ SS_API void ss_status(SystemSearchEngine* engine, EngineStatus* out);
  *
  * The text belongs to the calling thread: it stays valid until that thread calls ss_error again,
  * for any engine, or ends. When even the copy cannot be made: "Cannot read index status.". */
-SS_API const char* ss_error(SystemSearchEngine* engine);
+SS_API const char* ss_error(const SystemSearchEngine* engine);
 
 /* Cancels a running build, waits for its thread, and frees the engine. Queries made from it stay
    valid. Null: nothing happens. A cache file being written is completed or dropped first. A call
@@ -205,8 +217,8 @@ SS_API void ss_destroy(SystemSearchEngine* engine);
  *
  * Returns null for a null engine or text, unknown flags or kind, a limit out of range, or when
  * memory or a thread cannot be had. Free with ss_query_destroy. */
-SS_API SystemSearchQuery* ss_query(SystemSearchEngine* engine, const char* text, uint32_t flags,
-                                   uint32_t kind, int32_t limit);
+SS_API SystemSearchQuery* ss_query(const SystemSearchEngine* engine, const char* text,
+                                   uint32_t flags, uint32_t kind, int32_t limit);
 
 /* Lists the immediate children of one folder, read from the disk now, without an engine; returns
  * at once. The result is a query like any other: the children are matched, ordered and described
@@ -214,7 +226,8 @@ SS_API SystemSearchQuery* ss_query(SystemSearchEngine* engine, const char* text,
  *
  *   directory  the folder, an absolute path. A relative, missing or unreadable folder does not
  *              fail here: the query ends with SS_QUERY_FAILED.
- *   text, flags, kind, limit  as for ss_query.
+ *   text, flags, kind, limit  as for ss_query. `limit` is unsigned here and signed there; both have
+ *              been so from the first version on, and 1 to SS_MAX_RESULTS is the same in either.
  *
  * Returns null for a null or empty directory, a null text, unknown flags or kind, a limit out of
  * range, or when memory or a thread cannot be had. Free with ss_query_destroy. */
@@ -223,19 +236,20 @@ SS_API SystemSearchQuery* ss_query_directory(const char* directory, const char* 
 
 /* Fills `out`. With a null query or a null `out` nothing is written. Never blocks. Once the state
    is not SS_QUERY_RUNNING it never changes again. */
-SS_API void ss_query_poll(SystemSearchQuery* query, QueryStatus* out);
+SS_API void ss_query_poll(const SystemSearchQuery* query, QueryStatus* out);
 
 /* Returns the path of the result at position `index`, valid until ss_query_destroy; null when the
    query is null, not done, or holds no such position. Never blocks. */
-SS_API const char* ss_query_path(SystemSearchQuery* query, uint32_t index);
+SS_API const char* ss_query_path(const SystemSearchQuery* query, uint32_t index);
 
 /* Returns SS_KIND_FILE or SS_KIND_FOLDER; 0 where ss_query_path gives null. Never blocks. */
-SS_API uint32_t ss_query_kind(SystemSearchQuery* query, uint32_t index);
+SS_API uint32_t ss_query_kind(const SystemSearchQuery* query, uint32_t index);
 
 /* Fills `out` with the result's size and time and returns 1; fills it with zeros and returns 0
    where ss_query_path gives null; returns 0 when `out` is null. A result whose file has vanished
    since has flags 0, which is still a success. Never blocks: the disk was asked by the query. */
-SS_API int32_t ss_query_metadata(SystemSearchQuery* query, uint32_t index, ResultMetadata* out);
+SS_API int32_t ss_query_metadata(const SystemSearchQuery* query, uint32_t index,
+                                 ResultMetadata* out);
 
 /* Cancels the query if it still runs, waits for its thread, and frees it and every path it
    returned. A call of the system that the query is in is ended. Null: nothing happens. */

@@ -83,6 +83,19 @@ enum class Match : std::uint32_t {
     kPathAndCase = SS_MATCH_PATH | SS_MATCH_CASE,
 };
 
+constexpr Match operator|(Match a, Match b) noexcept {
+    return static_cast<Match>(static_cast<std::uint32_t>(a) | static_cast<std::uint32_t>(b));
+}
+constexpr Match operator&(Match a, Match b) noexcept {
+    return static_cast<Match>(static_cast<std::uint32_t>(a) & static_cast<std::uint32_t>(b));
+}
+constexpr Match& operator|=(Match& a, Match b) noexcept {
+    return a = a | b;
+}
+constexpr Match& operator&=(Match& a, Match b) noexcept {
+    return a = a & b;
+}
+
 /// What to hold of all that matches the text.
 struct Filter {
     Kind kind = Kind::kAny;
@@ -232,6 +245,8 @@ public:
     explicit operator bool() const noexcept { return handle_ != nullptr; }
     SystemSearchQuery* handle() const noexcept { return handle_.get(); }
     void reset() noexcept { handle_.reset(); }
+    /// Gives the handle away: its new owner calls ss_query_destroy.
+    [[nodiscard]] SystemSearchQuery* release() noexcept { return handle_.release(); }
 
     /// An empty query has failed, with nothing found: there is nothing to wait for.
     Outcome poll() const noexcept {
@@ -271,6 +286,8 @@ public:
     explicit operator bool() const noexcept { return handle_ != nullptr; }
     SystemSearchEngine* handle() const noexcept { return handle_.get(); }
     void reset() noexcept { handle_.reset(); }
+    /// Gives the handle away: its new owner calls ss_destroy.
+    [[nodiscard]] SystemSearchEngine* release() noexcept { return handle_.release(); }
 
     /// Builds the index of `scope`, or of every local drive when it is "". `cache_path` as for
     /// ss_start: loaded instead of walking the disk if it can be, unless `force`, and saved after

@@ -12,7 +12,7 @@
  *     search_bar               the text, the scope, the kind: a Question
  *     result_list, name_cell   the answer
  *   system, which talks to the shell and to the library
- *     library                  loads the DLL and checks its version
+ *     library                  loads the DLL that lies beside the program
  *     files, icons, shell_actions, drag_source, folder_picker
  */
 #include <windows.h>

@@ -4,7 +4,7 @@
 
 namespace system_search {
 
-std::shared_ptr<Index> current_index(Engine& engine) noexcept {
+std::shared_ptr<Index> current_index(const Engine& engine) noexcept {
     platform::MutexLock lock(engine.mutex);
     return engine.index;
 }

@@ -17,7 +17,7 @@
 namespace system_search {
 
 struct Engine {
-    platform::Mutex mutex;
+    mutable platform::Mutex mutex;
     // What queries and ss_status see. Replaced whole, by ss_start and by the build thread.
     std::shared_ptr<Index> index SS_GUARDED_BY(mutex);
     // Started by ss_start, joined by the next ss_start or by ss_destroy; touched by no one else.
@@ -30,7 +30,7 @@ struct Engine {
     std::string error SS_GUARDED_BY(mutex);    // UTF-8, empty when there is none
 };
 
-std::shared_ptr<Index> current_index(Engine& engine) noexcept;
+std::shared_ptr<Index> current_index(const Engine& engine) noexcept;
 // The old index is released after the lock.
 void replace_index(Engine& engine, std::shared_ptr<Index> index) noexcept;
 // Gets the memory for the texts that a build may have to set when there is none left. Throws

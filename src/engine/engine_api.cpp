@@ -29,6 +29,10 @@ Engine* engine_of(SystemSearchEngine* handle) {
     return reinterpret_cast<Engine*>(handle);
 }
 
+const Engine* engine_of(const SystemSearchEngine* handle) {
+    return reinterpret_cast<const Engine*>(handle);
+}
+
 bool start(Engine& engine, const char* scope, const char* cache_path, bool force) {
     if (engine.thread.joinable() && engine.thread.try_join() != system_search::platform::kSuccess) {
         return false;
@@ -70,8 +74,8 @@ void ss_cancel(SystemSearchEngine* handle) {
     if (handle != nullptr) engine_of(handle)->cancel = true;
 }
 
-void ss_status(SystemSearchEngine* handle, EngineStatus* out) {
-    Engine* const engine = engine_of(handle);
+void ss_status(const SystemSearchEngine* handle, EngineStatus* out) {
+    const Engine* const engine = engine_of(handle);
     if (engine == nullptr || out == nullptr) return;
     std::shared_ptr<Index> index = system_search::current_index(*engine);
     while (true) {
@@ -87,7 +91,7 @@ void ss_status(SystemSearchEngine* handle, EngineStatus* out) {
     }
 }
 
-const char* ss_error(SystemSearchEngine* handle) {
+const char* ss_error(const SystemSearchEngine* handle) {
     if (handle == nullptr) return "Library unavailable.";
     return system_search::error_text(*engine_of(handle));
 }

@@ -12,7 +12,7 @@ constexpr std::size_t kUsualBytes = 1024;
 
 }  // namespace
 
-const char* error_text(Engine& engine) noexcept {
+const char* error_text(const Engine& engine) noexcept {
     platform::MutexLock lock(engine.mutex);
     const std::size_t bytes = engine.error.size() + 1;
     char* const buffer = platform::thread_buffer(std::max(bytes, kUsualBytes));

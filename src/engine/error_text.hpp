@@ -7,6 +7,6 @@ namespace system_search {
 
 // Valid until the same thread calls again or ends. Throws nothing and allocates only where failing
 // is harmless, so that a host short of memory still gets a sentence.
-const char* error_text(Engine& engine) noexcept;
+const char* error_text(const Engine& engine) noexcept;
 
 }  // namespace system_search

@@ -36,12 +36,12 @@ static_assert(sizeof(QueryStatus) == 20 && offsetof(QueryStatus, state) == 0 &&
               offsetof(QueryStatus, index_incomplete) == 16);
 
 // The handles' types exist only in the public header.
-Engine& engine_of(SystemSearchEngine* handle) {
-    return *reinterpret_cast<Engine*>(handle);
+const Engine& engine_of(const SystemSearchEngine* handle) {
+    return *reinterpret_cast<const Engine*>(handle);
 }
 
-Query* query_of(SystemSearchQuery* handle) {
-    return reinterpret_cast<Query*>(handle);
+const Query* query_of(const SystemSearchQuery* handle) {
+    return reinterpret_cast<const Query*>(handle);
 }
 
 // What a query thread works on; it owns the record.
@@ -54,7 +54,7 @@ void run_search(const SearchJob& job) noexcept {
     system_search::search(job.query, job.arguments);
 }
 
-std::unique_ptr<Query> start_query(Engine& engine, SearchArguments arguments) {
+std::unique_ptr<Query> start_query(const Engine& engine, SearchArguments arguments) {
     auto query = std::unique_ptr<Query>(new (std::nothrow) Query);
     if (query == nullptr) return nullptr;
 
@@ -73,7 +73,7 @@ std::unique_ptr<Query> start_query(Engine& engine, SearchArguments arguments) {
 }
 
 // Null unless the query is done and holds a result at this position.
-const Query* with_result(SystemSearchQuery* handle, std::uint32_t index) {
+const Query* with_result(const SystemSearchQuery* handle, std::uint32_t index) {
     const Query* const query = query_of(handle);
     if (query == nullptr || query->state != SS_QUERY_DONE) return nullptr;
     return index < query->results.size() ? query : nullptr;
@@ -87,7 +87,7 @@ bool system_search::are_search_arguments(const char* text, std::uint32_t flags, 
            limit >= 1 && limit <= SS_MAX_RESULTS;
 }
 
-SystemSearchQuery* ss_query(SystemSearchEngine* engine, const char* text, uint32_t flags,
+SystemSearchQuery* ss_query(const SystemSearchEngine* engine, const char* text, uint32_t flags,
                             uint32_t kind, int32_t limit) {
     if (engine == nullptr || !system_search::are_search_arguments(text, flags, kind, limit)) {
         return nullptr;
@@ -99,22 +99,22 @@ SystemSearchQuery* ss_query(SystemSearchEngine* engine, const char* text, uint32
     });
 }
 
-void ss_query_poll(SystemSearchQuery* handle, QueryStatus* out) {
+void ss_query_poll(const SystemSearchQuery* handle, QueryStatus* out) {
     const Query* const query = query_of(handle);
     if (query != nullptr && out != nullptr) *out = system_search::read_query_status(*query);
 }
 
-const char* ss_query_path(SystemSearchQuery* handle, uint32_t index) {
+const char* ss_query_path(const SystemSearchQuery* handle, uint32_t index) {
     const Query* const query = with_result(handle, index);
     return query == nullptr ? nullptr : query->results[index].path.c_str();
 }
 
-uint32_t ss_query_kind(SystemSearchQuery* handle, uint32_t index) {
+uint32_t ss_query_kind(const SystemSearchQuery* handle, uint32_t index) {
     const Query* const query = with_result(handle, index);
     return query == nullptr ? 0 : query->results[index].kind;
 }
 
-int32_t ss_query_metadata(SystemSearchQuery* handle, uint32_t index, ResultMetadata* out) {
+int32_t ss_query_metadata(const SystemSearchQuery* handle, uint32_t index, ResultMetadata* out) {
     if (out == nullptr) return 0;
     *out = {};
     const Query* const query = with_result(handle, index);
@@ -125,7 +125,7 @@ int32_t ss_query_metadata(SystemSearchQuery* handle, uint32_t index, ResultMetad
 
 void ss_query_destroy(SystemSearchQuery* handle) {
     if (handle == nullptr) return;
-    const std::unique_ptr<Query> query(query_of(handle));
+    const std::unique_ptr<Query> query(reinterpret_cast<Query*>(handle));
     query->cancel.exchange(true);
     if (query->thread.joinable()) query->thread.join();
 }

@@ -239,6 +239,34 @@ TEST_F(CppFace, handles_of_the_c_functions_can_be_taken_over) {
     EXPECT_EQ(done(query).state(), ss::QueryState::kDone);
 }
 
+TEST_F(CppFace, handles_can_be_given_away) {
+    ss::Engine engine = ss::Engine::create();
+    SystemSearchEngine* const engine_handle = engine.handle();
+    EXPECT_EQ(engine.release(), engine_handle);
+    EXPECT_FALSE(engine);
+
+    ss::Query query(ss_query(engine_handle, "", 0, SS_KIND_ANY, 1));
+    SystemSearchQuery* const query_handle = query.handle();
+    EXPECT_EQ(query.release(), query_handle);
+    EXPECT_FALSE(query);
+    EXPECT_EQ(query.release(), nullptr);
+
+    ss_query_destroy(query_handle);  // they were not destroyed with the objects
+    ss_destroy(engine_handle);
+}
+
+TEST_F(CppFace, match_flags_can_be_combined) {
+    using ss::Match;
+    static_assert((Match::kPath | Match::kCase) == Match::kPathAndCase);
+    static_assert((Match::kPathAndCase & Match::kCase) == Match::kCase);
+    static_assert((Match::kPath & Match::kCase) == Match::kName);
+    Match match = Match::kName;
+    match |= Match::kPath;
+    EXPECT_EQ(match, Match::kPath);
+    match &= Match::kCase;
+    EXPECT_EQ(match, Match::kName);
+}
+
 TEST_F(CppFace, empty_objects_answer_as_null_handles_do) {
     ss::Engine engine;
     EXPECT_FALSE(engine);

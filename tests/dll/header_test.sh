@@ -24,7 +24,7 @@ std::size_t count() {
     ss::Engine engine = ss::Engine::create();
     engine.start(std::string("C:/"), u8"C:/cache");
     std::size_t results = 0;
-    const ss::Query query = engine.search("x", {ss::Kind::kFile});
+    const ss::Query query = engine.search("x", {ss::Kind::kFile, ss::Match::kPath | ss::Match::kCase});
     for (const ss::Result& result : query.results()) results += result.path.size();
     const ss::Query listing = ss::list_folder("C:/");
     return results + listing.results().size();
@@ -52,4 +52,12 @@ for standard in c++17 c++20 c++2b; do
             -Wold-style-cast "$scratch/cpp_host.cpp"
     done
 done
+
+# In a 32-bit program the records would fit and the calls would not.
+if message=$(clang --target=i686-w64-mingw32 -ffreestanding -fsyntax-only -I"$SS_SOURCE/include" \
+    -x c "$SS_SOURCE/include/system_search.h" 2>&1); then
+    echo "a 32-bit program may include the header"
+    failed=1
+fi
+grep -qF 'System Search is for 64-bit programs' <<<"$message" || { echo "$message"; failed=1; }
 exit $failed

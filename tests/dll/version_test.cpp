@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "system_search.h"
+
 namespace {
 
 std::vector<unsigned char> version_resource() {
@@ -21,6 +23,13 @@ std::wstring text(const std::vector<unsigned char>& resource, const std::wstring
     const std::wstring block = L"\\StringFileInfo\\040904B0\\" + name;
     if (!VerQueryValueW(resource.data(), block.c_str(), &value, &units) || units == 0) return {};
     return static_cast<const wchar_t*>(value);
+}
+
+TEST(Version, of_the_header_is_the_projects) {
+    EXPECT_STREQ(SS_VERSION, SS_PROJECT_VERSION);
+    EXPECT_EQ(std::to_string(SS_VERSION_MAJOR) + "." + std::to_string(SS_VERSION_MINOR) + "." +
+                  std::to_string(SS_VERSION_PATCH),
+              SS_VERSION);
 }
 
 TEST(Version, is_the_projects_version_in_numbers) {

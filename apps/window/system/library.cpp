@@ -3,8 +3,6 @@
 #include <system_search.h>
 #include <windows.h>
 
-#include <vector>
-
 #include "common/wide_text.hpp"
 
 namespace {
@@ -58,38 +56,15 @@ std::wstring path_beside_program() {
     return path + L"system_search.dll";
 }
 
-/* "1.0.0", "" when the file does not tell. */
-std::string version_of(const std::wstring& path, WORD& major) {
-    DWORD ignored = 0;
-    const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
-    std::vector<char> block(size);
-    VS_FIXEDFILEINFO* version = nullptr;
-    UINT length = 0;
-    if (size == 0 || !GetFileVersionInfoW(path.c_str(), 0, size, block.data()) ||
-        !VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&version), &length)) {
-        return "";
-    }
-    major = HIWORD(version->dwFileVersionMS);
-    return std::to_string(major) + "." + std::to_string(LOWORD(version->dwFileVersionMS)) + "." +
-           std::to_string(HIWORD(version->dwFileVersionLS));
-}
-
 }  // namespace
 
 namespace window {
 
 std::string load_library() {
-    constexpr WORD kMajorVersion = 1;  // records never change within one
     const std::wstring path = path_beside_program();
     const std::string shown = app::to_utf8(path).value_or("system_search.dll");
     if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
         return "The library is missing: " + shown;
-    }
-    WORD major = 0;
-    const std::string version = version_of(path, major);
-    if (version.empty() || major != kMajorVersion) {
-        return "The library is of another version" + (version.empty() ? "" : ", " + version) +
-               ", and version 1 is needed: " + shown;
     }
     // Kept until the process ends: threads of the library may live as long.
     HMODULE library = LoadLibraryExW(path.c_str(), nullptr, 0);
@@ -109,16 +84,16 @@ int32_t ss_start(SystemSearchEngine* engine, const char* scope, const char* cach
 void ss_cancel(SystemSearchEngine* engine) {
     functions.cancel(engine);
 }
-void ss_status(SystemSearchEngine* engine, EngineStatus* out) {
+void ss_status(const SystemSearchEngine* engine, EngineStatus* out) {
     functions.status(engine, out);
 }
-const char* ss_error(SystemSearchEngine* engine) {
+const char* ss_error(const SystemSearchEngine* engine) {
     return functions.error(engine);
 }
 void ss_destroy(SystemSearchEngine* engine) {
     functions.destroy(engine);
 }
-SystemSearchQuery* ss_query(SystemSearchEngine* engine, const char* text, uint32_t flags,
+SystemSearchQuery* ss_query(const SystemSearchEngine* engine, const char* text, uint32_t flags,
                             uint32_t kind, int32_t limit) {
     return functions.query(engine, text, flags, kind, limit);
 }
@@ -126,16 +101,16 @@ SystemSearchQuery* ss_query_directory(const char* directory, const char* text, u
                                       uint32_t kind, uint32_t limit) {
     return functions.query_directory(directory, text, flags, kind, limit);
 }
-void ss_query_poll(SystemSearchQuery* query, QueryStatus* out) {
+void ss_query_poll(const SystemSearchQuery* query, QueryStatus* out) {
     functions.query_poll(query, out);
 }
-const char* ss_query_path(SystemSearchQuery* query, uint32_t index) {
+const char* ss_query_path(const SystemSearchQuery* query, uint32_t index) {
     return functions.query_path(query, index);
 }
-uint32_t ss_query_kind(SystemSearchQuery* query, uint32_t index) {
+uint32_t ss_query_kind(const SystemSearchQuery* query, uint32_t index) {
     return functions.query_kind(query, index);
 }
-int32_t ss_query_metadata(SystemSearchQuery* query, uint32_t index, ResultMetadata* out) {
+int32_t ss_query_metadata(const SystemSearchQuery* query, uint32_t index, ResultMetadata* out) {
     return functions.query_metadata(query, index, out);
 }
 void ss_query_destroy(SystemSearchQuery* query) {

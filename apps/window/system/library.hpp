@@ -1,5 +1,5 @@
-/* system_search.dll, loaded by hand: a missing one or one of another version then ends in a
- * sentence of ours instead of a box of the system's, or worse. The functions of system_search.h
+/* system_search.dll, loaded by hand: a missing one, or one that lacks a function, then ends
+ * in a sentence of ours instead of a box of the system's. The functions of system_search.h
  * are defined here and hand over to it, so SS_STATIC is defined for this program. */
 #pragma once
 
