@@ -16,6 +16,6 @@ picture:
 
 format:
 	scripts/setup lint
-	git ls-files '*.c' '*.h' '*.cpp' '*.hpp' | xargs clang-format -i
+	git ls-files '*.c' '*.h' '*.cpp' '*.hpp' | xargs clang-format-19 -i
 
 .PHONY: dll demo test bench sanitize fuzz soak lint format package windows-kit docs picture coverage repeat

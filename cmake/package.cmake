@@ -15,7 +15,7 @@ install(FILES include/system_search.h include/system_search.hpp
 install(FILES src/system_search.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
 # The import library in the form that Microsoft's linker and lld-link write themselves.
-find_program(LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-14)
+find_program(LLVM_DLLTOOL llvm-dlltool-19)
 if(LLVM_DLLTOOL)
   set(msvc_library ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/system_search.lib)
   add_custom_command(OUTPUT ${msvc_library}

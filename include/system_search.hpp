@@ -62,9 +62,7 @@ public:
 #endif
 #endif
 
-    const char* c_str() const noexcept {
-        return text_;
-    }
+    const char* c_str() const noexcept { return text_; }
 
 private:
     const char* text_;

@@ -297,9 +297,7 @@ public:
     ExceptionScope& operator=(const ExceptionScope&) = delete;
 
     // False when the system is out of what it takes: nothing must be thrown then.
-    bool ready() const {
-        return ready_;
-    }
+    bool ready() const { return ready_; }
 
     void* record[2] = {};
 

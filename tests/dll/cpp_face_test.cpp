@@ -29,13 +29,11 @@ static_assert(std::random_access_iterator<ss::Results::Iterator>);
 static_assert(std::ranges::random_access_range<ss::Results>);
 static_assert(std::ranges::sized_range<ss::Results>);
 static_assert(std::is_same_v<ss::Time, std::chrono::sys_seconds>);
-static_assert(noexcept(ss::Engine::create()) && noexcept(ss::list_folder("")) && noexcept(
-    *ss::Results::Iterator()));
+static_assert(noexcept(ss::Engine::create()) && noexcept(ss::list_folder("")) &&
+              noexcept(*ss::Results::Iterator()));
 
 template <class Query>
-concept GivesResults = requires(Query&& query) {
-    std::forward<Query>(query).results();
-};
+concept GivesResults = requires(Query&& query) { std::forward<Query>(query).results(); };
 static_assert(GivesResults<ss::Query&> && GivesResults<const ss::Query&>);
 static_assert(!GivesResults<ss::Query> && !GivesResults<const ss::Query>);
 

@@ -37,17 +37,17 @@ compile() {
         -I"$SS_SOURCE/include" || { echo "failed: $*"; failed=1; }
 }
 for standard in c89 c99 c11 c17; do
-    for compiler in gcc clang x86_64-w64-mingw32-gcc-posix; do
+    for compiler in gcc clang-19 x86_64-w64-mingw32-gcc-posix; do
         compile "$compiler" -std=$standard "$scratch/host.c"
     done
 done
 for standard in c++98 c++03 c++11 c++14 c++17 c++20; do
-    for compiler in g++ clang++ x86_64-w64-mingw32-g++-posix; do
+    for compiler in g++ clang++-19 x86_64-w64-mingw32-g++-posix; do
         compile "$compiler" -std=$standard "$scratch/host.cpp"
     done
 done
 for standard in c++17 c++20 c++2b; do
-    for compiler in g++ clang++ x86_64-w64-mingw32-g++-posix; do
+    for compiler in g++ clang++-19 x86_64-w64-mingw32-g++-posix; do
         compile "$compiler" -std=$standard -Wshadow -Wconversion -Wsign-conversion \
             -Wold-style-cast "$scratch/cpp_host.cpp"
     done

@@ -27,22 +27,16 @@ public:
         SS_RESOLVE(query_destroy);
 #undef SS_RESOLVE
     }
-    ~LoadedLibrary() {
-        unload();
-    }
+    ~LoadedLibrary() { unload(); }
     LoadedLibrary(const LoadedLibrary&) = delete;
     LoadedLibrary& operator=(const LoadedLibrary&) = delete;
 
-    HMODULE module() const {
-        return module_;
-    }
+    HMODULE module() const { return module_; }
     void unload() {
         if (module_ != nullptr) FreeLibrary(module_);
         module_ = nullptr;
     }
-    static bool is_in_process() {
-        return GetModuleHandleW(L"system_search.dll") != nullptr;
-    }
+    static bool is_in_process() { return GetModuleHandleW(L"system_search.dll") != nullptr; }
 
     decltype(&ss_create) create;
     decltype(&ss_destroy) destroy;

@@ -134,7 +134,7 @@ void set_latencies(const Latencies& latencies) {
     disk_is_slow = latencies.open != 0 || latencies.read != 0 || latencies.attributes != 0;
 }
 
-void wait_for_disk(std::int64_t Latencies::*which) {
+void wait_for_disk(std::int64_t Latencies::* which) {
     const std::int64_t nanoseconds = slow_disk.*which;
     if (nanoseconds == 0) return;
     {

@@ -162,8 +162,7 @@ TEST_F(SimulatedFaults, a_slow_disk_holds_the_thread_when_the_clock_runs) {
 TEST_F(SimulatedFaults, a_hook_runs_before_as_many_calls_of_its_kinds_as_it_is_told) {
     add_folder(u"C:\\m");
     int calls = 0;
-    on_platform_call(
-        2, kAttributes | kStatus, [&] { ++calls; }, /*times=*/2);
+    on_platform_call(2, kAttributes | kStatus, [&] { ++calls; }, /*times=*/2);
     Status status{};
     platform::attributes(u"C:\\m");
     platform::status_following_links(u"C:\\m", status);

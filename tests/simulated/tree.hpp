@@ -143,7 +143,7 @@ struct ParentLocation {
 // The folder in which a path lies; links on the way are followed, the last name is not.
 ParentLocation locate_parent(std::u16string_view path);
 
-inline platform::Error fault(const Node& node, platform::Error NodeFaults::*which) {
+inline platform::Error fault(const Node& node, platform::Error NodeFaults::* which) {
     return node.faults ? (*node.faults).*which : platform::kSuccess;
 }
 
@@ -163,10 +163,10 @@ inline platform::Error enter_call(Call call) {
 }
 
 extern std::atomic<bool> disk_is_slow;
-void wait_for_disk(std::int64_t Latencies::*which);
+void wait_for_disk(std::int64_t Latencies::* which);
 
 // What the disk needs to answer, with no lock held.
-inline void answer_takes(std::int64_t Latencies::*which) {
+inline void answer_takes(std::int64_t Latencies::* which) {
     if (disk_is_slow.load(std::memory_order_relaxed)) wait_for_disk(which);
 }
 

@@ -98,7 +98,7 @@ protected:
     SystemSearchEngine* handle_ = nullptr;
 };
 
-inline void fail_node(std::u16string_view path, platform::Error NodeFaults::*which,
+inline void fail_node(std::u16string_view path, platform::Error NodeFaults::* which,
                       platform::Error error) {
     NodeFaults faults;
     faults.*which = error;

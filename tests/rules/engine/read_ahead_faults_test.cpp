@@ -142,8 +142,7 @@ TEST_F(ReadAheadTest, cancel_at_any_call_ends_the_walk_and_counts_nothing_as_ski
             Engine engine;
             Index index;
             // From the request on every call fails, as if it had been ended from outside.
-            on_platform_call(
-                nth, kDiskCalls, [&] { engine.cancel = true; }, kForGood);
+            on_platform_call(nth, kDiskCalls, [&] { engine.cancel = true; }, kForGood);
             fail_platform_call(nth, 995, kDiskCalls, kForGood);
             walk(engine, index, {u"C:\\root"}, options);
             const bool met = failed_platform_calls() != 0;

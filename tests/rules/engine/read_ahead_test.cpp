@@ -62,8 +62,7 @@ TEST_F(ReadAheadTest, gives_what_the_plain_walk_gives_for_any_tree_and_any_inter
             for (const bool tiny : {false, true}) {
                 SCOPED_TRACE(std::to_string(readers) + (tiny ? " readers, tiny" : " readers"));
                 Shuffle shuffle(seed);
-                on_platform_call(
-                    1, kDiskCalls, [&] { shuffle.pass(); }, kForGood);
+                on_platform_call(1, kDiskCalls, [&] { shuffle.pass(); }, kForGood);
                 const ReadAheadOptions options =
                     tiny ? in_tiny_pieces(readers) : with_readers(readers);
                 EXPECT_EQ(walk_with(options, roots), alone);
