@@ -3,10 +3,11 @@
 # declares exactly the same functions.
 set -euo pipefail
 
-# objdump prints the addresses by ordinal and the names by position; the ordinal base is 1, so that
-# the name in row N has the ordinal N + 1.
+# objdump prints each name after its position in the table of addresses; the ordinal base is 1, so
+# that position N is ordinal N + 1. Between the two, objdump 2.41 and later add the ordinal itself and
+# the name's own position: "[   3] +base[   4]  0000 ss_cancel".
 exports=$(x86_64-w64-mingw32-objdump -p "$SS_BIN/system_search.dll" |
-    sed -nE '/^\[Ordinal\/Name Pointer\] Table/,/^$/ s/^\t\[ *([0-9]+)\] (\w+)$/\1 \2/p' |
+    sed -nE '/^\[Ordinal\/Name Pointer\] Table/,/^$/ s/^\t\[ *([0-9]+)\]( \+base\[.*\] +[0-9a-f]+)? (\w+)$/\1 \3/p' |
     awk '{ print $1 + 1, $2 }' | sort -n)
 diff -u "$SS_SOURCE/tests/dll/exports.golden" - <<<"$exports"
 
