@@ -2,9 +2,12 @@
 // that used it may live on. SS_LOAD_ROUNDS says how often; `make soak` asks for more.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -98,10 +101,13 @@ int wanted_rounds() {
 
 TEST_F(LoadUnload, rounds_leave_no_slot_no_handle_and_no_memory_behind) {
     constexpr int kWarmUp = 100;
-    const int rounds = kWarmUp + wanted_rounds();
-    ProcessResources before{};
-    for (int round = 0; round < rounds; ++round) {
-        if (round == kWarmUp) before = ProcessResources::now();
+    constexpr int kQuarters = 4;
+    const int quarter = wanted_rounds() / kQuarters;
+    std::vector<ProcessResources> marks;
+    for (int round = 0; round < kWarmUp + kQuarters * quarter; ++round) {
+        if (round >= kWarmUp && (round - kWarmUp) % quarter == 0) {
+            marks.push_back(ProcessResources::now());
+        }
         LoadedLibrary library;
         ASSERT_NE(library.module(), nullptr) << "round " << round;
         use(library);
@@ -110,11 +116,22 @@ TEST_F(LoadUnload, rounds_leave_no_slot_no_handle_and_no_memory_behind) {
         ASSERT_FALSE(LoadedLibrary::is_in_process()) << "round " << round;
     }
     const ProcessResources after = ProcessResources::now();
-    EXPECT_EQ(after.free_tls_slot, before.free_tls_slot);
-    EXPECT_EQ(after.free_fls_slot, before.free_fls_slot);
-    EXPECT_EQ(after.free_handle, before.free_handle);
-    // 500 bytes lost a round of the 200 would be 100 KB; 100 a round in a soak of 2000, 200 KB.
-    EXPECT_LT(after.memory_bytes, before.memory_bytes + 100'000);
+    EXPECT_EQ(after.free_tls_slot, marks[0].free_tls_slot);
+    EXPECT_EQ(after.free_fls_slot, marks[0].free_fls_slot);
+    EXPECT_EQ(after.free_handle, marks[0].free_handle);
+
+    // The heap takes from the system in steps, more and more rarely, also without the library: some
+    // 120 KB in the first 300 rounds under Wine 10. What a round loses grows in each quarter
+    // instead: 500 bytes a round of the 200 would be 25 KB in each, 50 a round in a soak of 2000 as
+    // much.
+    marks.push_back(after);
+    std::ptrdiff_t least_growth = std::numeric_limits<std::ptrdiff_t>::max();
+    for (std::size_t i = 1; i < marks.size(); ++i) {
+        least_growth =
+            std::min(least_growth, static_cast<std::ptrdiff_t>(marks[i].memory_bytes) -
+                                       static_cast<std::ptrdiff_t>(marks[i - 1].memory_bytes));
+    }
+    EXPECT_LT(least_growth, 25'000);
 }
 
 struct Survivor {
