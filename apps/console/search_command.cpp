@@ -23,13 +23,13 @@ public:
             streams_.complain(build_.error());
             return kTrouble;
         }
-        return request_.text ? answer_once() : answer_lines();
+        return request_.text ? answer_once(*request_.text) : answer_lines();
     }
 
 private:
-    int answer_once() {
+    int answer_once(const std::string& text) {
         if (!wait_for_build()) return end_without_index();
-        if (!answer(*request_.text, SS_MAX_RESULTS)) return kTrouble;
+        if (!answer(text, SS_MAX_RESULTS)) return kTrouble;
         return exit_status();
     }
 

@@ -45,7 +45,7 @@ Arguments read_arguments() {
     int count = 0;
     LPWSTR* list = CommandLineToArgvW(GetCommandLineW(), &count);
     for (int i = 1; list && i < count; ++i) words.push_back(app::to_utf8(list[i]).value_or(""));
-    LocalFree(list);
+    LocalFree(static_cast<void*>(list));
     return parse_arguments(words);
 }
 

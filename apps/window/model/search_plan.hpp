@@ -60,8 +60,8 @@ private:
     bool wants_more_ = false;  // the last answer holds only what the list showed
     bool outdated_ = false;    // the index has changed since the last query started
     std::uint32_t limit_ = 0;  // of the query that was started last
-    Time asked_at_{};
-    Time finished_at_{};
+    Time asked_at_;
+    Time finished_at_;
 };
 
 }  // namespace window

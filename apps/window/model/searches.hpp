@@ -51,7 +51,7 @@ private:
     bool was_asked_ = false;  // ever
     bool answered_ = false;   // the question as it is now
     ss::Query running_;
-    SearchPlan::Time started_at_{};
+    SearchPlan::Time started_at_;
 };
 
 }  // namespace window
