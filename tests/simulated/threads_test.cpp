@@ -90,7 +90,9 @@ TEST_F(SimulatedThreads, a_thread_waits_until_it_is_notified_and_no_other_goes_o
 TEST_F(SimulatedThreads, a_wait_with_a_limit_ends_at_it_unless_time_stands_still) {
     platform::Mutex mutex;
     platform::Condition condition;
-    { const WaitingThread limited(mutex, condition, 1); }
+    {
+        const WaitingThread limited(mutex, condition, 1);
+    }
     EXPECT_TRUE(wait_until_waiting(0));
     EXPECT_EQ(longest_limit_milliseconds(), 1u);
 
