@@ -68,6 +68,18 @@ target_link_libraries(run_one PRIVATE warnings)
 target_compile_definitions(run_one PRIVATE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX)
 target_link_options(run_one PRIVATE -static -municode)
 
+# The console program's dealings with Ctrl+C; interrupt_test.sh runs it.
+set(console_folder ${PROJECT_SOURCE_DIR}/apps/console)
+add_executable(interrupt_test
+  ${PROJECT_SOURCE_DIR}/tests/apps/console/system/interrupt_test.cpp
+  ${console_folder}/interrupt.cpp ${console_folder}/line_input.cpp ${console_folder}/model/utf8.cpp
+  ${PROJECT_SOURCE_DIR}/apps/common/wide_text.cpp)
+target_include_directories(interrupt_test PRIVATE
+  ${console_folder} ${PROJECT_SOURCE_DIR}/apps ${PROJECT_SOURCE_DIR}/tests)
+target_compile_definitions(interrupt_test PRIVATE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX)
+target_link_libraries(interrupt_test PRIVATE system_search warnings gtest_main)
+target_link_options(interrupt_test PRIVATE -static)
+
 foreach(script IN LISTS script_files)
   cmake_path(GET script STEM name)
   cmake_path(GET script PARENT_PATH folder)

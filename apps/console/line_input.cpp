@@ -22,14 +22,19 @@ struct Read {
 
     const HANDLE handle;
     const bool is_terminal;
-    std::string bytes;  // empty: the end; the main thread looks only after the thread's end
+    // The main thread looks only after the thread's end.
+    std::string bytes;  // empty: the end
+    bool was_interrupted = false;
 };
 
-std::string read_terminal(HANDLE handle) {
+/* Ctrl+C and Ctrl+Break end a read of the console without a single unit, often before their handler
+   runs; Ctrl+Z is a unit like any other. */
+std::string read_terminal(HANDLE handle, bool& was_interrupted) {
     wchar_t units[4096];
     DWORD count = 0;
-    if (!ReadConsoleW(handle, units, ARRAYSIZE(units), &count, nullptr) || count == 0) return {};
-    if (units[0] == kControlZ) return {};
+    if (!ReadConsoleW(handle, units, ARRAYSIZE(units), &count, nullptr)) return {};
+    was_interrupted = count == 0;
+    if (count == 0 || units[0] == kControlZ) return {};
     return app::to_utf8({units, count}).value_or(std::string{kMalformedByte, '\n'});
 }
 
@@ -46,7 +51,8 @@ DWORD WINAPI run_read(void* argument) {
     const std::unique_ptr<std::shared_ptr<Read>> share(
         static_cast<std::shared_ptr<Read>*>(argument));
     Read& read = **share;
-    read.bytes = read.is_terminal ? read_terminal(read.handle) : read_bytes(read.handle);
+    read.bytes = read.is_terminal ? read_terminal(read.handle, read.was_interrupted)
+                                  : read_bytes(read.handle);
     return 0;
 }
 
@@ -101,8 +107,7 @@ bool LineInput::fill() {
     if (!thread) delete its_share;
     const bool is_read = thread && !wait_for_or_interrupt(thread);
     if (thread) CloseHandle(thread);
-    // Ctrl+C ends a read of the console before the handler has been told of it.
-    if (is_read && is_terminal_ && read->bytes.empty()) wait_or_interrupt(200);
+    if (is_read && read->was_interrupted) note_interrupt();
     ended_ = !is_read || read->bytes.empty() || is_interrupted();
     if (!ended_) buffer_ += read->bytes;
     return !ended_;

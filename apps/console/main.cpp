@@ -78,5 +78,6 @@ int wmain(int count, wchar_t** words) {
     out.flush();
     if (out.failed() && !out.reader_left()) streams.complain("The output could not be written.");
     if (out.failed()) status = kTrouble;
+    let_handler_end();
     return status;
 }
