@@ -3,54 +3,26 @@
 //     node host.js FOLDER TEXT
 'use strict';
 
-const path = require('node:path');
-const { load, EngineState, Kind } = require('./system_search.js');
-
-const { Engine, listFolder } = load(path.join(__dirname, 'system_search.dll'));
+const { Engine, listFolder } = require('system-search');
 
 // One line for each result: kind, size, seconds since 1970, path; "-" for what is not known.
-function printResults(title, query, outcome) {
-  const incomplete = outcome.index_incomplete ? ', incomplete' : '';
+function printResults(title, results) {
+  const incomplete = results.incomplete ? ', incomplete' : '';
   console.log(
-    `${title}: ${outcome.count} of ${outcome.matched} in ${outcome.index_entries}${incomplete}`);
-  for (const { path, kind, size, modified } of query.results()) {
-    console.log([
-      kind === Kind.folder ? 'folder' : 'file',
-      size ?? '-',
-      modified ? modified.getTime() / 1000 : '-',
-      path,
-    ].join('\t'));
+    `${title}: ${results.length} of ${results.matched} in ${results.searched}${incomplete}`);
+  for (const { path, kind, size, modified } of results) {
+    console.log([kind, size ?? '-', modified ? modified.getTime() / 1000 : '-', path].join('\t'));
   }
 }
 
-// Searches until a search has seen the finished index, and prints what that one found.
+// Searches until a search has seen the finished index; gives what that one found.
 async function searchWhileIndexing(engine, text) {
-  for (;;) {
-    const build = engine.progress();
-    if (build.state === EngineState.failed) throw new Error(engine.error());
-    const query = engine.search(text);
-    try {
-      const outcome = await query.finished();
-      if (build.state !== EngineState.running) {
-        console.log(`indexed ${build.entries}, skipped ${build.skipped}`);
-        printResults('search', query, outcome);
-        return;
-      }
-      console.error(`${outcome.matched} matches in the first ${outcome.index_entries} entries`);
-    } finally {
-      query.destroy();
-    }
-    await new Promise((resolve) => setTimeout(resolve, 20));
+  let last;
+  for await (const results of engine.follow(text, { interval: 20 })) {
+    console.error(`${results.matched} matches in the first ${results.searched} entries`);
+    last = results;
   }
-}
-
-async function list(folder) {
-  const query = listFolder(folder);
-  try {
-    printResults('list', query, await query.finished());
-  } finally {
-    query.destroy();
-  }
+  return last;
 }
 
 async function main([folder, text]) {
@@ -61,14 +33,18 @@ async function main([folder, text]) {
   }
   const engine = new Engine();
   try {
-    engine.start(folder);
-    await searchWhileIndexing(engine, text);
-    await list(folder);
+    const [build, found] = await Promise.all([
+      engine.build(folder),
+      searchWhileIndexing(engine, text),
+    ]);
+    console.log(`indexed ${build.entries}, skipped ${build.skipped}`);
+    printResults('search', found);
+    printResults('list', await listFolder(folder));
   } catch (error) {
     console.error(error.message);
     process.exitCode = 1;
   } finally {
-    engine.destroy();
+    engine.close();
   }
 }
 

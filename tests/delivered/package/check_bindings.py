@@ -1,15 +1,14 @@
-"""Compares the functions that examples/python or examples/csharp declares with the header's.
+"""Compares the functions that a binding declares with the header's.
 
-    check_bindings.py python|csharp PACKAGE
+    check_bindings.py python|csharp|node HEADER SOURCE
 """
 
 import pathlib
 import re
 import sys
 
-language, package = sys.argv[1], pathlib.Path(sys.argv[2])
-header = (package / "include/system_search.h").read_text()
-examples = package / "share/doc/system_search/examples"
+language, header, source = sys.argv[1], *(pathlib.Path(path) for path in sys.argv[2:])
+header = header.read_text()
 
 # ABI classes: what the callee finds in a register.
 C_TYPES = {
@@ -39,6 +38,7 @@ def header_functions():
 def python_functions():
     import ctypes
 
+    sys.path.insert(0, str(source.parent))
     import system_search
     names = {
         None: "nothing",
@@ -54,7 +54,7 @@ def python_functions():
 
 
 def csharp_functions():
-    code = (examples / "csharp/SystemSearch.cs").read_text()
+    code = source.read_text()
     names = {"void": "nothing", "byte[]": "text", "int": "int32", "uint": "uint32",
              "Match": "uint32", "Kind": "uint32", "Engine": "engine", "Query": "query"}
     for result, name, arguments in re.findall(
@@ -70,6 +70,16 @@ def csharp_functions():
         yield name, ("text" if result == "IntPtr" else names[result], types)
 
 
+def node_functions():
+    names = {"'void'": "nothing", "'str'": "text", "'int32_t'": "int32", "'uint32_t'": "uint32",
+             "engine": "engine", "query": "query", "engineStatus": "EngineStatus",
+             "queryStatus": "QueryStatus", "resultMetadata": "ResultMetadata"}
+    for key, name, result, arguments in re.findall(
+            r"(ss_\w+): library\.func\(\s*'(ss_\w+)', ([\w']+), \[([^]]*)\]\)", source.read_text()):
+        assert key == name, (key, name)
+        yield name, (names[result], [names[part.strip()] for part in arguments.split(",") if part])
+
+
 expected = dict(header_functions())
 assert len(expected) == 13, sorted(expected)
 if language == "python":
@@ -78,7 +88,7 @@ if language == "python":
         plain = lambda type_: "handle" if type_ in ("engine", "query") else type_
         expected[name] = (plain(result), [plain(argument) for argument in arguments])
 else:
-    declared = dict(csharp_functions())
+    declared = dict({"csharp": csharp_functions, "node": node_functions}[language]())
 
 different = [name for name in sorted(expected.keys() | declared.keys())
              if expected.get(name) != declared.get(name)]

@@ -1,0 +1,3 @@
+export * from './index.js';
+import * as systemSearch from './index.js';
+export default systemSearch;
