@@ -1,6 +1,5 @@
 #include "system/icons.hpp"
 
-#include <objbase.h>
 #include <shellapi.h>
 #include <shlobj.h>
 
@@ -35,15 +34,18 @@ IImageList* list_for(int size) {
 }  // namespace
 
 void Icons::open(int size) {
-    worker_ = std::make_unique<Worker>();
+    thread_ = std::make_unique<ShellThread>();
     set_size(size);
-    worker_->post([] { static_cast<void>(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)); });
     index_of("folder", /*is_folder=*/true);
     index_of("file", /*is_folder=*/false);
 }
 
+bool Icons::close(std::chrono::milliseconds patience) {
+    return !thread_ || thread_->close(patience);
+}
+
 void Icons::ask(const std::wstring& name, DWORD attributes, LPARAM number) {
-    worker_->post([=, owner = owner_, message = message_] {
+    thread_->post([=, owner = owner_, message = message_] {
         SHFILEINFOW answer{};
         if (SHGetFileInfoW(name.c_str(), attributes, &answer, sizeof answer,
                            SHGFI_USEFILEATTRIBUTES | SHGFI_SYSICONINDEX | SHGFI_SMALLICON)) {
@@ -59,7 +61,7 @@ void Icons::arrived(WPARAM index, LPARAM number) {
 }
 
 int Icons::index_of(std::string_view name, bool is_folder) {
-    if (!worker_) return -1;
+    if (!thread_) return -1;
     std::string kind = is_folder ? kFolder : std::string(extension_of(name));
     for (char& sign : kind) {
         if (sign >= 'A' && sign <= 'Z') sign = static_cast<char>(sign | 0x20);
@@ -78,7 +80,7 @@ int Icons::index_of(std::string_view name, bool is_folder) {
 }
 
 void Icons::set_size(int size) {
-    if (!worker_) return;  // the lists take long to open, too
+    if (!thread_) return;  // the lists take long to open, too
     forget_copies();
     size_ = size;
     if (list_) list_->Release();

@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "model/worker.hpp"
+#include "system/shell_thread.hpp"
 
 namespace window {
 
@@ -26,6 +26,8 @@ public:
 
     /* Starts asking, for icons of `size` pixels. Before it, nothing is drawn. */
     void open(int size);
+    /* Ends the asking; waits for it no longer than this. */
+    bool close(std::chrono::milliseconds patience);
     void set_size(int size);
     void colors_changed() { forget_copies(); }
     void arrived(WPARAM index, LPARAM number);
@@ -53,7 +55,7 @@ private:
     std::map<int, HBITMAP> copies_;  // by the system's index
     HDC memory_ = nullptr;
     int size_ = 16;
-    std::unique_ptr<Worker> worker_;
+    std::unique_ptr<ShellThread> thread_;
 };
 
 }  // namespace window

@@ -10,12 +10,19 @@
 #include "common/wide_text.hpp"
 #include "model/paths.hpp"
 #include "model/sentences.hpp"
+#include "model/shell_paths.hpp"
 
 namespace window {
 namespace {
 
-bool has_vanished(const std::wstring& path) {
-    if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return false;
+struct FreeIdList {
+    void operator()(ITEMIDLIST* list) const { ILFree(list); }
+};
+using IdList = std::unique_ptr<ITEMIDLIST, FreeIdList>;
+
+bool has_vanished(const std::string& path) {
+    const std::wstring exact = app::to_wide(exact_path(path));
+    if (GetFileAttributesW(exact.c_str()) != INVALID_FILE_ATTRIBUTES) return false;
     const DWORD error = GetLastError();
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
            error == ERROR_BAD_NETPATH || error == ERROR_INVALID_DRIVE;
@@ -34,15 +41,31 @@ std::string error_text(DWORD error) {
     return sentence;
 }
 
-std::string execute(HWND owner, const std::string& path) {
-    const std::wstring file = app::native_wide(path);
-    if (has_vanished(file)) return vanished_sentence(std::string(name_of(path)));
+/* Why nothing can be done with it; "" when something can. */
+std::string objection(const std::string& path) {
+    const std::string refusal = shell_refusal(path);
+    if (!refusal.empty()) return refusal;
+    return has_vanished(path) ? vanished_sentence(std::string(name_of(path))) : "";
+}
+
+std::string execute(const std::string& path) {
+    const std::string reason = objection(path);
+    if (!reason.empty()) return reason;
+    // By its place in the shell, not by its path: for the folder "tool" beside "tool.exe" a path
+    // would start the program.
+    LPITEMIDLIST parsed = nullptr;
+    const HRESULT known =
+        SHParseDisplayName(app::native_wide(path).c_str(), nullptr, &parsed, 0, nullptr);
+    const IdList item(parsed);
+    if (FAILED(known)) {
+        return not_opened_sentence(std::string(name_of(path)),
+                                   error_text(static_cast<DWORD>(HRESULT_CODE(known))));
+    }
     const std::wstring folder = app::native_wide(folder_of(path));
     SHELLEXECUTEINFOW what{};
     what.cbSize = sizeof what;
-    what.fMask = SEE_MASK_FLAG_NO_UI;
-    what.hwnd = owner;
-    what.lpFile = file.c_str();
+    what.fMask = SEE_MASK_FLAG_NO_UI | SEE_MASK_IDLIST | SEE_MASK_NOASYNC;
+    what.lpIDList = item.get();
     what.lpDirectory = folder.c_str();
     what.nShow = SW_SHOWNORMAL;
     if (ShellExecuteExW(&what)) return "";
@@ -51,11 +74,6 @@ std::string execute(HWND owner, const std::string& path) {
     return not_opened_sentence(std::string(name_of(path)), error_text(error));
 }
 
-struct FreeIdList {
-    void operator()(ITEMIDLIST* list) const { ILFree(list); }
-};
-using IdList = std::unique_ptr<ITEMIDLIST, FreeIdList>;
-
 struct ReleaseObject {
     void operator()(IUnknown* object) const { object->Release(); }
 };
@@ -63,7 +81,7 @@ template <typename Interface>
 using Owned = std::unique_ptr<Interface, ReleaseObject>;
 
 /* The shell's menu for one file or folder; empty when it has none. */
-Owned<IContextMenu> context_menu(HWND owner, const std::wstring& path) {
+Owned<IContextMenu> context_menu(const std::wstring& path) {
     const IdList list(ILCreateFromPathW(path.c_str()));
     void* folder = nullptr;
     LPCITEMIDLIST child = nullptr;
@@ -72,7 +90,7 @@ Owned<IContextMenu> context_menu(HWND owner, const std::wstring& path) {
     }
     const Owned<IShellFolder> owned(static_cast<IShellFolder*>(folder));
     void* menu = nullptr;
-    if (FAILED(owned->GetUIObjectOf(owner, 1, &child, __uuidof(IContextMenu), nullptr, &menu))) {
+    if (FAILED(owned->GetUIObjectOf(nullptr, 1, &child, __uuidof(IContextMenu), nullptr, &menu))) {
         return nullptr;
     }
     return Owned<IContextMenu>(static_cast<IContextMenu*>(menu));
@@ -103,16 +121,17 @@ bool select_in_folder(const std::string& folder, const std::vector<std::string>&
 
 }  // namespace
 
-std::string open_result(HWND owner, const std::string& path) {
-    return execute(owner, path);
+std::string open_result(const std::string& path) {
+    return execute(path);
 }
 
-std::string show_in_folder(HWND owner, const std::vector<std::string>& paths) {
+std::string show_in_folder(const std::vector<std::string>& paths) {
     std::map<std::string, std::vector<std::string>> by_folder;
     std::string trouble;
     for (const std::string& path : paths) {
-        if (has_vanished(app::native_wide(path))) {
-            trouble = vanished_sentence(std::string(name_of(path)));
+        const std::string reason = objection(path);
+        if (!reason.empty()) {
+            trouble = reason;
         } else {
             by_folder[std::string(folder_of(path))].push_back(path);
         }
@@ -120,8 +139,8 @@ std::string show_in_folder(HWND owner, const std::vector<std::string>& paths) {
     for (const auto& [folder, inside] : by_folder) {
         if (select_in_folder(folder, inside)) continue;
         const std::wstring arguments = L"/select,\"" + app::native_wide(inside.front()) + L"\"";
-        const HINSTANCE started = ShellExecuteW(owner, nullptr, L"explorer.exe", arguments.c_str(),
-                                                nullptr, SW_SHOWNORMAL);
+        const HINSTANCE started = ShellExecuteW(nullptr, nullptr, L"explorer.exe",
+                                                arguments.c_str(), nullptr, SW_SHOWNORMAL);
         if (reinterpret_cast<INT_PTR>(started) <= 32) {
             trouble = not_opened_sentence(native_path(folder), error_text(GetLastError()));
         }
@@ -129,14 +148,13 @@ std::string show_in_folder(HWND owner, const std::vector<std::string>& paths) {
     return trouble;
 }
 
-std::string show_properties(HWND owner, const std::string& path) {
-    const std::wstring file = app::native_wide(path);
-    if (has_vanished(file)) return vanished_sentence(std::string(name_of(path)));
-    const Owned<IContextMenu> menu = context_menu(owner, file);
+std::string show_properties(const std::string& path) {
+    const std::string reason = objection(path);
+    if (!reason.empty()) return reason;
+    const Owned<IContextMenu> menu = context_menu(app::native_wide(path));
     HMENU commands = CreatePopupMenu();  // the shell wants to fill one before it takes a command
     CMINVOKECOMMANDINFO what{};
     what.cbSize = sizeof what;
-    what.hwnd = owner;
     what.lpVerb = "properties";
     what.nShow = SW_SHOWNORMAL;
     const bool is_shown = menu && SUCCEEDED(menu->QueryContextMenu(commands, 0, 1, 0x7FFF, 0)) &&

@@ -162,6 +162,11 @@ LRESULT MainWindow::handle_message(UINT message, WPARAM wparam, LPARAM lparam) {
         case WM_TIMER:
             tick();
             return 0;
+        case kBackgroundDone: {
+            const std::unique_ptr<std::string> sentence(reinterpret_cast<std::string*>(lparam));
+            tell(*sentence);
+            return 0;
+        }
         case kIconArrived:
             list_->icon_arrived(wparam, lparam);
             return 0;
@@ -240,9 +245,12 @@ LRESULT MainWindow::on_notify(NMHDR& header) {
     if (header.hwndFrom != list_->handle()) return 0;
     if (const std::optional<LRESULT> answer = list_->on_notify(header)) return *answer;
     switch (header.code) {
-        case NM_DBLCLK:
-            if (reinterpret_cast<NMITEMACTIVATE&>(header).iItem >= 0) open_results();
+        case NM_DBLCLK: {
+            const int index = reinterpret_cast<NMITEMACTIVATE&>(header).iItem;
+            const std::string path = list_->twice_clicked_path(index);
+            if (!path.empty()) open_results({path});
             break;
+        }
         case LVN_BEGINDRAG:
             drag_results();
             break;
@@ -275,7 +283,14 @@ bool MainWindow::close_library(std::chrono::milliseconds patience) {
     searches_.stop();
     list_->close();
     session_.reset();
-    return worker_.finish(patience);
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + patience;
+    const auto left = [end] {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+    };
+    const bool has_opened_all = shell_.close(left());
+    const bool has_asked_all = list_->close_icons(left());
+    return worker_.finish(left()) && has_opened_all && has_asked_all;
 }
 
 // ---- Searching ----------------------------------------------------------------------------------
@@ -283,6 +298,7 @@ bool MainWindow::close_library(std::chrono::milliseconds patience) {
 void MainWindow::ask() {
     after_answer_ = nullptr;
     trouble_is_old_ = true;
+    list_->pointed().question_asked();
     if (const std::optional<Question> question = bar_->question()) {
         searches_.ask(*question, SearchPlan::Time::clock::now());
     }
@@ -384,7 +400,9 @@ void MainWindow::show_answer(Found found) {
     if (!is_new) return;
     UpdateWindow(list_->handle());
     measurements_.list_painted(answer_.searched, answer_.matched, answer_.milliseconds);
-    if (const auto action = std::exchange(after_answer_, nullptr)) (this->*action)();
+    if (const auto action = std::exchange(after_answer_, nullptr)) {
+        act_on_pointed(action, /*from_box=*/true);
+    }
 }
 
 void MainWindow::show_status() {

@@ -5,17 +5,21 @@
 
 #include <chrono>
 #include <ctime>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "model/index_session.hpp"
+#include "model/keys.hpp"
 #include "model/numbers.hpp"
 #include "model/searches.hpp"
 #include "model/sentences.hpp"
 #include "model/settings.hpp"
 #include "model/worker.hpp"
 #include "system/measurements.hpp"
+#include "system/shell_thread.hpp"
 #include "view/result_list.hpp"
 #include "view/search_bar.hpp"
 #include "view/status_bar.hpp"
@@ -47,10 +51,14 @@ public:
     bool close_library(std::chrono::milliseconds patience);
 
 private:
+    static constexpr UINT kBackgroundDone = WM_APP + 16;
     static LRESULT CALLBACK on_message(HWND handle, UINT message, WPARAM wparam, LPARAM lparam);
     LRESULT handle_message(UINT message, WPARAM wparam, LPARAM lparam);
     bool take_message(MSG& message);
     bool handle_key(const MSG& message);
+    bool carry_out(Command command, const MSG& message);
+    KeyContext key_context(HWND focused) const;
+    void edit_box(Command command);
     void tell_no_memory() noexcept;
 
     void create_parts();
@@ -65,7 +73,6 @@ private:
     void look();
     void ask();
     void remember_settings();
-    bool waits_for_answer(void (MainWindow::*action)());
     void open_scope(const std::string& scope);
     void pick_folder();
     void show_answer(Found found);
@@ -74,17 +81,24 @@ private:
     void show_details();
     void tell(const std::string& trouble);
 
-    void open_results();
-    void show_in_folders();
-    void copy_paths();
-    void copy_names();
-    void show_properties_of_result();
+    // What is done with results: with those that were meant when the key or the menu was used.
+    using Paths = std::vector<std::string>;
+    using Action = void (MainWindow::*)(const Paths& paths);
+    void act_on_pointed(Action action, bool from_box);
+    void in_background(std::function<std::string()> task);
+    bool confirms(const std::string& question);
+    void open_results(const Paths& paths);
+    void show_in_folders(const Paths& paths);
+    void copy_paths(const Paths& paths);
+    void copy_names(const Paths& paths);
+    void show_properties_of_result(const Paths& paths);
     void drag_results();
 
     Settings settings_;
     const std::string settings_folder_;
     Measurements& measurements_;
-    Worker worker_;  // destroys queries and engines
+    Worker worker_;      // destroys queries and engines
+    ShellThread shell_;  // opens, shows, asks the shell
     HWND window_ = nullptr;
     HWND focus_ = nullptr;  // the control that had the focus when the window lost it
     HFONT font_ = nullptr;
@@ -97,11 +111,11 @@ private:
     NumberStyle numbers_;
     Answer answer_;
     bool has_answer_ = false;
-    std::string trouble_;                           // until the next question is answered
-    bool trouble_is_old_ = false;                   // and there was a question since
-    void (MainWindow::*after_answer_)() = nullptr;  // to be done when the question is answered
-    bool beats_ = false;                            // the timer is set
-    bool is_fine_ = false;                          // the system's clock is set to milliseconds
+    std::string trouble_;            // until the next question is answered
+    bool trouble_is_old_ = false;    // and there was a question since
+    Action after_answer_ = nullptr;  // to be done when the question is answered
+    bool beats_ = false;             // the timer is set
+    bool is_fine_ = false;           // the system's clock is set to milliseconds
 };
 
 }  // namespace window

@@ -1,5 +1,6 @@
 /* The keys and menus of the window, and what they do with results. */
 #include "common/wide_text.hpp"
+#include "model/many.hpp"
 #include "model/paths.hpp"
 #include "system/drag_source.hpp"
 #include "system/shell_actions.hpp"
@@ -8,7 +9,7 @@
 namespace window {
 namespace {
 
-enum Command : UINT { kOpen = 1, kShow, kCopyPath, kCopyName, kProperties };
+enum Entry : UINT { kOpen = 1, kShow, kCopyPath, kCopyName, kProperties };
 
 bool is_down(int key) {
     return GetKeyState(key) < 0;
@@ -31,89 +32,124 @@ bool MainWindow::take_message(MSG& message) {
     const bool is_key = message.message == WM_KEYDOWN || message.message == WM_SYSKEYDOWN;
     if (in_box && message.message == WM_KEYDOWN) measurements_.key_pressed(message);
     if (is_key && handle_key(message)) return true;
-    // Letters typed into the list belong into the box.
-    if (message.message == WM_CHAR && message.hwnd == list_->handle() && message.wParam > L' ') {
+    // A choice that is open goes to the entry that begins with the letter, and a field is typed
+    // into.
+    const bool takes_letters =
+        in_box || bar_->has_open_choice() || GetParent(message.hwnd) != window_;
+    if (message.message == WM_CHAR && !takes_letters &&
+        belongs_into_box(static_cast<unsigned>(message.wParam))) {
         SetFocus(bar_->box());
         const int end = GetWindowTextLengthW(bar_->box());
         SendMessageW(bar_->box(), EM_SETSEL, static_cast<WPARAM>(end), end);
         message.hwnd = bar_->box();
         return false;
     }
-    // Ctrl+Backspace would put a sign into the box.
-    if (in_box && message.message == WM_CHAR && message.wParam == 0x7F) return true;
     return IsDialogMessageW(window_, &message) != FALSE;
 }
 
+KeyContext MainWindow::key_context(HWND focused) const {
+    KeyContext context;
+    if (focused == bar_->box()) context.place = Place::kBox;
+    if (focused == list_->handle()) context.place = Place::kList;
+    DWORD first = 0;
+    DWORD last = 0;
+    SendMessageW(bar_->box(), EM_GETSEL, reinterpret_cast<WPARAM>(&first),
+                 reinterpret_cast<LPARAM>(&last));
+    context.text_is_selected = first != last;
+    context.choice_is_open = bar_->has_open_choice();
+    return context;
+}
+
 bool MainWindow::handle_key(const MSG& message) {
-    const bool in_box = message.hwnd == bar_->box();
-    const bool in_list = message.hwnd == list_->handle();
-    const bool with_control = is_down(VK_CONTROL);
-    const bool with_alt = message.message == WM_SYSKEYDOWN;
-    switch (message.wParam) {
-        case VK_F1:
+    constexpr LPARAM kWasDown = LPARAM{1} << 30;
+    const KeyPress press{static_cast<unsigned>(message.wParam), is_down(VK_CONTROL),
+                         is_down(VK_MENU), is_down(VK_SHIFT), (message.lParam & kWasDown) != 0};
+    return carry_out(command_of(press, key_context(message.hwnd)), message);
+}
+
+/* False when the key is the control's own. */
+bool MainWindow::carry_out(Command command, const MSG& message) {
+    const bool from_box = message.hwnd == bar_->box();
+    switch (command) {
+        case Command::kNone:
+            return false;
+        case Command::kIgnore:
+            return true;
+        case Command::kDetails:
             show_details();
             return true;
-        case VK_F5:
+        case Command::kRefresh:
             session_->refresh();
             tick();
             return true;
-        case VK_F3:
-            break;
-        case 'F':
-        case 'L':
-            if (!with_control || with_alt) return false;
-            break;
-        case 'O':
-            if (!with_control || with_alt) return false;
+        case Command::kToScope:
+        case Command::kToKind:
+            SetFocus(GetDlgItem(window_, command == Command::kToScope ? kScopeId : kKindId));
+            return true;
+        case Command::kToggleCase:
+        case Command::kTogglePath:
+            SendDlgItemMessageW(window_, command == Command::kToggleCase ? kCaseId : kPathId,
+                                BM_CLICK, 0, 0);
+            return true;
+        case Command::kPickFolder:
             pick_folder();
             return true;
-        case VK_ESCAPE:
-            if (bar_->has_open_choice()) return false;
-            bar_->empty_box();
-            SetFocus(bar_->box());
+        case Command::kToBox:
+        case Command::kEmptyBox:
+        case Command::kDeleteWord:
+        case Command::kUndo:
+            edit_box(command);
             return true;
-        case VK_RETURN:
-            if (!in_box && !in_list) return false;
-            if (with_alt) {
-                show_properties_of_result();
-            } else if (with_control) {
-                show_in_folders();
-            } else {
-                open_results();
-            }
-            return true;
-        case VK_UP:
-        case VK_DOWN:
-        case VK_PRIOR:
-        case VK_NEXT:
-            if (!in_box || with_alt) return false;
+        case Command::kMoveInList:
             SendMessageW(list_->handle(), WM_KEYDOWN, message.wParam, message.lParam);
             return true;
-        case 'A':
-            if (!in_list || !with_control) return false;
-            ListView_SetItemState(list_->handle(), -1, LVIS_SELECTED, LVIS_SELECTED);
-            return true;
-        case 'C':
-        case VK_INSERT:
-            if (!in_list || !with_control) return false;
-            if (is_down(VK_SHIFT)) {
-                copy_names();
+        case Command::kSelectAll:
+            if (from_box) {
+                edit_box(Command::kToBox);
             } else {
-                copy_paths();
+                ListView_SetItemState(list_->handle(), -1, LVIS_SELECTED, LVIS_SELECTED);
             }
             return true;
-        default:
-            return false;
+        case Command::kOpen:
+            act_on_pointed(&MainWindow::open_results, from_box);
+            return true;
+        case Command::kShow:
+            act_on_pointed(&MainWindow::show_in_folders, from_box);
+            return true;
+        case Command::kProperties:
+            act_on_pointed(&MainWindow::show_properties_of_result, from_box);
+            return true;
+        case Command::kCopy:
+            act_on_pointed(&MainWindow::copy_paths, from_box);
+            return true;
+        case Command::kCopyPaths:
+            act_on_pointed(&MainWindow::copy_names, from_box);
+            return true;
     }
-    SetFocus(bar_->box());
-    SendMessageW(bar_->box(), EM_SETSEL, 0, -1);
-    return true;
+    return false;
+}
+
+/* Each of these ends with the keyboard in the box. */
+void MainWindow::edit_box(Command command) {
+    HWND box = bar_->box();
+    SetFocus(box);
+    if (command == Command::kUndo) {
+        SendMessageW(box, EM_UNDO, 0, 0);
+        return;
+    }
+    if (command == Command::kDeleteWord) {
+        bar_->delete_word();
+        return;
+    }
+    SendMessageW(box, EM_SETSEL, 0, -1);
+    if (command == Command::kEmptyBox) bar_->empty_box();
 }
 
 void MainWindow::on_context_menu(HWND from, POINT at) {
     if (from != list_->handle()) return;
-    const std::size_t selected = list_->selected_paths().size();
-    if (selected == 0) return;
+    // The rows may change while the menu is open; what is meant stays.
+    const Paths paths = list_->pointed_paths(/*from_box=*/false);
+    if (paths.empty()) return;
     if (at.x == -1 && at.y == -1) {  // by the keyboard: beside the row that has the focus
         RECT row{};
         const int focused = ListView_GetNextItem(list_->handle(), -1, LVNI_FOCUSED);
@@ -128,7 +164,7 @@ void MainWindow::on_context_menu(HWND from, POINT at) {
     AppendMenuW(menu, MF_STRING, kCopyPath, L"Copy &path\tCtrl+C");
     AppendMenuW(menu, MF_STRING, kCopyName, L"Copy &name\tCtrl+Shift+C");
     AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
-    AppendMenuW(menu, selected == 1 ? MF_STRING : MF_STRING | MF_GRAYED, kProperties,
+    AppendMenuW(menu, paths.size() == 1 ? MF_STRING : MF_STRING | MF_GRAYED, kProperties,
                 L"P&roperties\tAlt+Enter");
     SetMenuDefaultItem(menu, kOpen, FALSE);
     const BOOL chosen =
@@ -136,19 +172,19 @@ void MainWindow::on_context_menu(HWND from, POINT at) {
     DestroyMenu(menu);
     switch (chosen) {
         case kOpen:
-            open_results();
+            open_results(paths);
             break;
         case kShow:
-            show_in_folders();
+            show_in_folders(paths);
             break;
         case kCopyPath:
-            copy_paths();
+            copy_paths(paths);
             break;
         case kCopyName:
-            copy_names();
+            copy_names(paths);
             break;
         case kProperties:
-            show_properties_of_result();
+            show_properties_of_result(paths);
             break;
         default:
             break;
@@ -156,47 +192,55 @@ void MainWindow::on_context_menu(HWND from, POINT at) {
 }
 
 /* Who types fast and presses Enter means what the text finds, not what the list still shows. */
-bool MainWindow::waits_for_answer(void (MainWindow::*action)()) {
-    after_answer_ = searches_.is_answered() ? nullptr : action;
-    return after_answer_ != nullptr;
-}
-
-void MainWindow::open_results() {
-    if (waits_for_answer(&MainWindow::open_results)) return;
-    constexpr std::size_t kMany = 10;
-    const std::vector<std::string> paths = list_->chosen_paths();
-    if (paths.size() > kMany) {
-        const std::wstring question = L"Open all " + std::to_wstring(paths.size()) + L" at once?";
-        if (MessageBoxW(window_, question.c_str(), L"System Search",
-                        MB_OKCANCEL | MB_ICONQUESTION) != IDOK) {
-            return;
-        }
+void MainWindow::act_on_pointed(Action action, bool from_box) {
+    after_answer_ = nullptr;
+    if (from_box && !searches_.is_answered() && !list_->pointed().is_of_this_question()) {
+        after_answer_ = action;
+        return;
     }
-    for (const std::string& path : paths) tell(open_result(window_, path));
+    const Paths paths = list_->pointed_paths(from_box);
+    if (!paths.empty()) (this->*action)(paths);
 }
 
-void MainWindow::show_in_folders() {
-    if (waits_for_answer(&MainWindow::show_in_folders)) return;
-    tell(show_in_folder(window_, list_->chosen_paths()));
+bool MainWindow::confirms(const std::string& question) {
+    return question.empty() || MessageBoxW(window_, app::to_wide(question).c_str(),
+                                           L"System Search", MB_OKCANCEL | MB_ICONQUESTION) == IDOK;
 }
 
-void MainWindow::copy_paths() {
+/* The task may wait for a disk: the window does not. What went wrong comes back as a message. */
+void MainWindow::in_background(std::function<std::string()> task) {
+    shell_.post([task = std::move(task), window = window_] {
+        auto sentence = std::make_unique<std::string>(task());
+        const auto address = reinterpret_cast<LPARAM>(sentence.get());
+        if (PostMessageW(window, kBackgroundDone, 0, address))
+            static_cast<void>(sentence.release());
+    });
+}
+
+void MainWindow::open_results(const Paths& paths) {
+    if (!confirms(question_before_opening(paths.size(), "items", numbers_))) return;
+    for (const std::string& path : paths) in_background([path] { return open_result(path); });
+}
+
+void MainWindow::show_in_folders(const Paths& paths) {
+    if (!confirms(question_before_opening(folders_of(paths), "folders", numbers_))) return;
+    in_background([paths] { return show_in_folder(paths); });
+}
+
+void MainWindow::copy_paths(const Paths& paths) {
     std::vector<std::wstring> lines;
-    for (const std::string& path : list_->chosen_paths()) lines.push_back(app::native_wide(path));
-    if (!lines.empty()) tell(copy_lines(window_, lines));
+    for (const std::string& path : paths) lines.push_back(app::native_wide(path));
+    tell(copy_lines(window_, lines));
 }
 
-void MainWindow::copy_names() {
+void MainWindow::copy_names(const Paths& paths) {
     std::vector<std::wstring> lines;
-    for (const std::string& path : list_->chosen_paths())
-        lines.push_back(app::to_wide(name_of(path)));
-    if (!lines.empty()) tell(copy_lines(window_, lines));
+    for (const std::string& path : paths) lines.push_back(app::to_wide(name_of(path)));
+    tell(copy_lines(window_, lines));
 }
 
-void MainWindow::show_properties_of_result() {
-    if (waits_for_answer(&MainWindow::show_properties_of_result)) return;
-    const std::vector<std::string> paths = list_->chosen_paths();
-    if (!paths.empty()) tell(show_properties(window_, paths.front()));
+void MainWindow::show_properties_of_result(const Paths& paths) {
+    in_background([path = paths.front()] { return show_properties(path); });
 }
 
 void MainWindow::drag_results() {

@@ -146,9 +146,15 @@ void ResultList::change_rows(const std::vector<std::string_view>& before, const 
         return std::optional(row);
     };
     std::vector<std::uint32_t> selected;
+    std::vector<std::string> gone;
     for (std::size_t i = 0; i < was.selected.size(); ++i) {
-        if (const auto row = now_at(was.selected[i], i)) selected.push_back(*row);
+        if (const auto row = now_at(was.selected[i], i)) {
+            selected.push_back(*row);
+        } else if (!wanted[i].empty()) {
+            gone.emplace_back(wanted[i]);
+        }
     }
+    pointed_.rows_replaced(std::move(gone), is_new);
     std::sort(selected.begin(), selected.end());
     const std::optional<std::uint32_t> focused =
         was.focused ? now_at(*was.focused, selected_count) : std::nullopt;
@@ -157,6 +163,7 @@ void ResultList::change_rows(const std::vector<std::string_view>& before, const 
     const std::uint32_t top =
         is_new || was_top == 0 ? 0 : now_at(was_top, selected_count + 1).value_or(was_top);
 
+    is_changing_rows_ = true;
     const bool moves = selected != was.selected || focused != was.focused || top != was_top;
     if (moves) SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
     if (count != count_) {
@@ -165,6 +172,7 @@ void ResultList::change_rows(const std::vector<std::string_view>& before, const 
     }
     if (selected != was.selected || focused != was.focused) select(selected, focused);
     if (count > 0) scroll_to(top);
+    is_changing_rows_ = false;
     if (moves) SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
     if (is_new || moves || !shows_same(before, now)) InvalidateRect(list_, nullptr, FALSE);
 }
@@ -213,10 +221,25 @@ std::vector<std::string> ResultList::selected_paths() const {
     return selected;
 }
 
-std::vector<std::string> ResultList::chosen_paths() const {
-    std::vector<std::string> chosen = selected_paths();
-    if (chosen.empty() && held_rows() > 0) chosen.emplace_back(row(0).path);
-    return chosen;
+std::vector<std::string> ResultList::pointed_paths(bool from_box) const {
+    return pointed_.paths(selected_paths(), row(0).path, from_box);
+}
+
+std::string ResultList::twice_clicked_path(int index) const {
+    const std::string_view path = index < 0 ? "" : row(static_cast<std::size_t>(index)).path;
+    return std::string(pointed_.clicked_twice(path) ? path : "");
+}
+
+void ResultList::note_user(const NMHDR& header) {
+    if (header.code == NM_CLICK) {
+        const int index = reinterpret_cast<const NMITEMACTIVATE&>(header).iItem;
+        pointed_.clicked(index < 0 ? "" : row(static_cast<std::size_t>(index)).path);
+    }
+    if (is_changing_rows_) return;
+    if (header.code == LVN_ODSTATECHANGED) pointed_.rows_selected();
+    if (header.code != LVN_ITEMCHANGED) return;
+    const auto& change = reinterpret_cast<const NMLISTVIEW&>(header);
+    if (((change.uNewState ^ change.uOldState) & LVIS_SELECTED) != 0) pointed_.rows_selected();
 }
 
 void ResultList::set_font(HFONT font, int dpi) {
@@ -265,6 +288,7 @@ void ResultList::colors_changed() {
 }
 
 std::optional<LRESULT> ResultList::on_notify(NMHDR& header) {
+    note_user(header);
     switch (header.code) {
         case LVN_GETDISPINFOW:
             fill(reinterpret_cast<NMLVDISPINFOW&>(header));

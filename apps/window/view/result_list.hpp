@@ -6,12 +6,14 @@
 #include <commctrl.h>
 
 #include <array>
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "model/pointed.hpp"
 #include "model/rows.hpp"
 #include "model/searches.hpp"
 #include "model/settings.hpp"
@@ -38,6 +40,7 @@ public:
     void show(Found found);
     /* Nothing any more: before the library goes. */
     void close();
+    bool close_icons(std::chrono::milliseconds patience) { return icons_.close(patience); }
 
     /* Rows that fit into the list. */
     std::uint32_t visible_rows() const;
@@ -45,8 +48,11 @@ public:
 
     /* In the order of the rows; the paths of the library. */
     std::vector<std::string> selected_paths() const;
-    /* The same, or the first row when none is selected. */
-    std::vector<std::string> chosen_paths() const;
+    /* What is meant by a key or a menu: see Pointed. */
+    std::vector<std::string> pointed_paths(bool from_box) const;
+    /* The row under a double click; "" when it was another one at the first click. */
+    std::string twice_clicked_path(int index) const;
+    Pointed& pointed() { return pointed_; }
 
     void set_font(HFONT font, int dpi);
     std::array<int, kColumnCount> column_widths() const;  // in pixels
@@ -69,6 +75,7 @@ private:
     std::vector<std::string_view> paths() const;
     Kept kept() const;
     void sort();
+    void note_user(const NMHDR& header);
     void change_rows(const std::vector<std::string_view>& before, const Kept& was, bool is_new,
                      std::uint32_t count);
     bool shows_same(const std::vector<std::string_view>& before,
@@ -85,6 +92,8 @@ private:
     const Searches::Discard discard_;
     ss::Query query_;  // what the rows are read from
     Question question_;
+    Pointed pointed_;
+    bool is_changing_rows_ = false;  // what the list tells meanwhile is not the user's doing
     Order order_;
     std::vector<std::uint32_t> positions_;  // of the rows' results
     // As many rows as there will be when the thousand are here; those that are not yet held are

@@ -8,6 +8,7 @@
 #include "common/wide_text.hpp"
 #include "model/paths.hpp"
 #include "model/placement.hpp"
+#include "model/words.hpp"
 
 namespace window {
 namespace {
@@ -104,7 +105,21 @@ void SearchBar::fill_scopes(const Settings& settings) {
 }
 
 void SearchBar::empty_box() {
-    SetWindowTextW(box_, L"");  // tells the parent as if it had been typed
+    // As if all of it had been selected and deleted: so it can be undone, and the parent is told.
+    SendMessageW(box_, EM_SETSEL, 0, -1);
+    SendMessageW(box_, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(L""));
+}
+
+void SearchBar::delete_word() {
+    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(box_)) + 1, L'\0');
+    GetWindowTextW(box_, text.data(), static_cast<int>(text.size()));
+    text.pop_back();
+    DWORD first = 0;
+    DWORD last = 0;
+    SendMessageW(box_, EM_GETSEL, reinterpret_cast<WPARAM>(&first),
+                 reinterpret_cast<LPARAM>(&last));
+    if (first == last) SendMessageW(box_, EM_SETSEL, word_before(text, first), last);
+    SendMessageW(box_, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(L""));
 }
 
 void SearchBar::set_font(HFONT font, int dpi) {

@@ -39,6 +39,8 @@ public:
     /* Lists the scopes of the settings, with the one in use chosen. */
     void fill_scopes(const Settings& settings);
     void empty_box();
+    /* Up to the caret, or what is selected; one step to be undone. */
+    void delete_word();
 
     void set_font(HFONT font, int dpi);
     /* Places the controls in a window of this width; returns the height they take. */

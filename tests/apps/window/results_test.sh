@@ -5,6 +5,7 @@ set -euo pipefail
 # shellcheck source=tests/apps/window/session.sh
 source "$(dirname "${BASH_SOURCE[0]}")/session.sh"
 start_session
+documents_open_in_probe
 
 tree=$scratch/disk
 mkdir -p "$tree/papers" "$tree/names"
@@ -18,14 +19,6 @@ mkdir -p "$deep"
 touch "$deep/bottom.txt"
 disk=$(windows_path "$tree")
 papers=${disk//\\/\\\\}\\\\papers
-
-# The program that opens documents is the probe, which notes what it has been given.
-record=$scratch/opened
-class='HKLM\Software\Classes'
-"$SS_WINE" reg add "$class\\.sstest" /ve /d SystemSearchTest /f >"$scratch/reg.log"
-"$SS_WINE" reg add "$class\\SystemSearchTest\\shell\\open\\command" /ve /f /d \
-    "\"$(windows_path "$SS_BIN/window_probe.exe")\" --opened \"$(windows_path "$record")\" \"%1\"" \
-    >>"$scratch/reg.log"
 
 open a --scope "$disk"
 check "the disk is read" 'Names of today, .*' status 1

@@ -194,6 +194,22 @@ click() {
         click --repeat "${count:-1}" --delay 20 "${button:-1}"
 }
 
+# The program that opens documents of the kind .sstest is the probe, which notes in $record what it
+# has been given.
+documents_open_in_probe() {
+    local class='HKLM\Software\Classes'
+    record=$scratch/opened
+    "$SS_WINE" reg add "$class\\.sstest" /ve /d SystemSearchTest /f >"$scratch/reg.log"
+    "$SS_WINE" reg add "$class\\SystemSearchTest\\shell\\open\\command" /ve /f /d \
+        "\"$(windows_path "$SS_BIN/window_probe.exe")\" --opened \"$(windows_path "$record")\" \"%1\"" \
+        >>"$scratch/reg.log"
+}
+
+nothing_opened() {
+    checks=$((checks + 1))
+    [[ ! -e $record ]] || fail "$1" "opened: $(cat "$record")"
+}
+
 finish() {
     if [[ $failures -gt 0 ]]; then
         echo "$failures of $checks checks failed."

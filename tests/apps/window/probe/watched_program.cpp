@@ -131,6 +131,7 @@ std::wstring WatchedProgram::status(int part) const {
     HWND const bar = control(kStatusBar);
     const auto index = static_cast<WPARAM>(part);
     const std::size_t units = LOWORD(send(bar, SB_GETTEXTLENGTHW, index, 0));
+    if (units == 0) return {};  // a part that never had a text leaves the memory as it was
     RemoteMemory& memory = shared_memory();
     // A text that changed in between may be longer; the memory is large enough for any.
     send(bar, SB_GETTEXTW, index, memory.parameter());
@@ -338,6 +339,11 @@ void WatchedProgram::change_dpi(int dpi) const {
 
 void WatchedProgram::tell(UINT message) const {
     send(main_window(), message, 0, 0);
+}
+
+void WatchedProgram::hold_key(int control_number, int key) const {
+    constexpr LPARAM kWasDown = LPARAM{1} << 30;
+    PostMessageW(control(control_number), WM_KEYDOWN, static_cast<WPARAM>(key), kWasDown | 1);
 }
 
 void WatchedProgram::place_at(int x, int y, int width, int height) const {

@@ -63,6 +63,8 @@ public:
     void change_dpi(int dpi) const;
     /// A message without parameters.
     void tell(UINT message) const;
+    /// A key as it comes again while it is held.
+    void hold_key(int control_number, int key) const;
     void place_at(int x, int y, int width, int height) const;
     void choose(int control_number, int index) const;
     void end() const;

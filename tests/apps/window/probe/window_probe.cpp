@@ -268,6 +268,9 @@ private:
             watched.change_dpi(number());
         } else if (verb == "tell") {
             watched.tell(static_cast<UINT>(number()));
+        } else if (verb == "hold_key") {
+            const int control = number();
+            watched.hold_key(control, number());
         } else if (verb == "put") {
             const int x = number();
             const int y = number();
