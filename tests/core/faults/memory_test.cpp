@@ -89,6 +89,7 @@ TEST_P(MemoryFaults, a_walk_and_its_save_end_ready_or_failed_and_the_engine_work
         } else if (result.status.state == SS_ENGINE_FAILED) {
             saw_failed_build = true;
             EXPECT_EQ(error, "std::bad_alloc") << n;
+            EXPECT_TRUE(result.status.entries == 0 || result.status.entries == kEntries) << n;
             EXPECT_FALSE(exists(kCachePath)) << n;
         } else {
             EXPECT_EQ(result.status.state, SS_ENGINE_READY) << n;

@@ -171,6 +171,13 @@ TEST_F(BuildTest, failed_save_leaves_a_ready_engine_with_a_text) {
     EXPECT_EQ(error(), "");
 }
 
+TEST_F(BuildTest, failure_of_a_save_wins_over_a_cancel_during_it) {
+    on_platform_call(1, kWriteFile, [&] { ss_cancel(handle_); });
+    fail_platform_call(1, platform::kDiskFull, kWriteFile);
+    EXPECT_EQ(build("C:\\top", "C:\\cache"), (EngineStatus{SS_ENGINE_CANCELLED, 3, 0, 0, 0}));
+    EXPECT_EQ(error(), kSaveFailed);
+}
+
 TEST_F(BuildTest, save_that_fails_the_run_leaves_a_complete_index) {
     EXPECT_EQ(build("C:\\top", "C:\\\xFF"), (EngineStatus{SS_ENGINE_FAILED, 3, 0, 0, 0}));
     EXPECT_EQ(error(), "The text is not valid UTF-8.");
@@ -201,71 +208,6 @@ TEST_F(BuildTest, failure_keeps_what_was_published_and_loses_the_batch) {
     EXPECT_EQ(error(), "std::bad_alloc");
     EXPECT_FALSE(snapshot().complete);
     EXPECT_FALSE(cache_exists());
-}
-
-// Whichever allocation of a run fails: the run ends, in a state that says what happened, and the
-// next one is as good as new.
-TEST_F(BuildTest, run_that_runs_out_of_memory_anywhere_ends_cleanly) {
-    add_generated_folder(u"C:\\top\\many", numbered_files(1500));
-    const std::u16string name(200, u'n');
-    add_file(u"C:\\top\\" + name + u"\\" + name);
-    const EngineStatus whole = build("C:\\top");
-    ASSERT_EQ(whole.state, SS_ENGINE_READY);
-
-    std::uint64_t failed_runs = 0;
-    bool hit = true;
-    for (std::uint64_t nth = 1; hit; ++nth) {
-        replace_index(engine(), std::make_shared<Index>());
-        engine().state = SS_ENGINE_RUNNING;
-        {
-            const BuildJob job{engine(), "C:\\top", "", true};
-            const AllocationFault fault(nth);
-            run_build(job);
-        }
-        hit = AllocationFault::hit();
-        const EngineStatus end = status();
-        if (!hit) {
-            EXPECT_EQ(end, whole);
-            break;
-        }
-        ++failed_runs;
-        ASSERT_EQ(end.state, SS_ENGINE_FAILED) << nth;
-        ASSERT_EQ(error(), "std::bad_alloc") << nth;
-        ASSERT_FALSE(snapshot().complete) << nth;
-        ASSERT_EQ(end.entries % 1024, 0u) << nth;
-        ASSERT_EQ(open_handles().enumerations, 0u) << nth;
-    }
-    EXPECT_GT(failed_runs, 10u);
-}
-
-// The same for a load that falls back to a walk, and for a save.
-TEST_F(BuildTest, run_with_a_cache_that_runs_out_of_memory_anywhere_ends_cleanly) {
-    for (const bool force : {false, true}) {
-        bool hit = true;
-        for (std::uint64_t nth = 1; hit; ++nth) {
-            remove_tree(u"C:\\cache");
-            ASSERT_EQ(build("C:\\top", "C:\\cache"), kWalked);
-            engine().state = SS_ENGINE_RUNNING;
-            {
-                const BuildJob job{engine(), "C:\\top", "C:\\cache", force};
-                const AllocationFault fault(nth);
-                run_build(job);
-            }
-            hit = AllocationFault::hit();
-            const EngineStatus end = status();
-            ASSERT_EQ(list_names(u"C:\\").size(), 2u) << nth << ": a temporary file is left";
-            if (end.state == SS_ENGINE_READY) {
-                ASSERT_EQ(end.entries, 3u) << nth;
-                ASSERT_TRUE(error() == "" || (hit && error() == kSaveFailed)) << nth << error();
-            } else {
-                ASSERT_TRUE(hit);
-                ASSERT_EQ(end.state, SS_ENGINE_FAILED) << nth;
-                ASSERT_EQ(error(), "std::bad_alloc") << nth;
-            }
-            // Whatever happened, the file is the old one or the new one.
-            ASSERT_EQ(build("C:\\top", "C:\\cache"), kLoaded) << nth;
-        }
-    }
 }
 
 }  // namespace

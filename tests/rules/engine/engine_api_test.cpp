@@ -220,56 +220,6 @@ TEST_F(EngineApiTest, start_from_the_build_thread_itself_is_refused_or_fails) {
     EXPECT_EQ(state, SS_ENGINE_FAILED);
 }
 
-// ---- Memory -------------------------------------------------------------------------------------
-
-TEST_F(EngineApiTest, create_without_memory_gives_null) {
-    std::uint64_t nth = 1;
-    for (;; ++nth) {
-        SystemSearchEngine* made = nullptr;
-        {
-            const AllocationFault fault(nth);
-            made = ss_create();
-        }
-        const bool succeeded = made != nullptr;
-        ss_destroy(made);
-        if (!AllocationFault::hit()) {
-            EXPECT_TRUE(succeeded);
-            break;
-        }
-        ASSERT_FALSE(succeeded) << nth;
-    }
-    EXPECT_GT(nth, 1u);
-}
-
-// Whichever allocation fails, of the start or of the build that it started: the engine says so and
-// stays usable.
-TEST_F(EngineApiTest, start_without_memory_fails_and_a_later_one_works) {
-    // Long enough to be copied to the heap.
-    const std::string scope = "C:\\" + std::string(40, '.') + "\\..\\top";
-    int refused = 0;
-    int failed = 0;
-    for (std::uint64_t nth = 1;; ++nth) {
-        std::int32_t started = 0;
-        EngineStatus end{};
-        {
-            const AllocationFault fault(nth);
-            started = ss_start(handle_, scope.c_str(), "", 0);
-            end = finish();
-        }
-        if (!AllocationFault::hit()) {
-            ASSERT_EQ(started, 1);
-            ASSERT_EQ(end, (EngineStatus{SS_ENGINE_READY, 2, 0, 0, 0}));
-            break;
-        }
-        (started != 0 ? failed : refused) += 1;
-        ASSERT_EQ(end, (EngineStatus{SS_ENGINE_FAILED, 0, 0, 0, 0})) << nth;
-        ASSERT_EQ(error(), started != 0 ? "std::bad_alloc" : "") << nth;
-        ASSERT_EQ(build("C:\\top").state, SS_ENGINE_READY) << nth;
-    }
-    EXPECT_GT(refused, 2);
-    EXPECT_GT(failed, 5);
-}
-
 // ---- Cancel and destroy -------------------------------------------------------------------------
 
 TEST_F(EngineApiTest, cancel_of_an_engine_without_a_build_shows_nowhere) {

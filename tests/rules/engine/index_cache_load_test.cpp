@@ -6,8 +6,6 @@
 namespace system_search {
 namespace {
 
-using simulated::AllocationFault;
-
 class IndexCacheLoad : public IndexCache {
 protected:
     void SetUp() override {
@@ -164,24 +162,6 @@ TEST_F(IndexCacheLoad, each_platform_call_that_fails_means_no_cache) {
         TearDown();
         SetUp();
         write(cache_bytes(kScope, sample_entries(30'000)));
-    }
-}
-
-TEST_F(IndexCacheLoad, memory_that_runs_out_anywhere_means_no_cache) {
-    write(cache_bytes(kScope, sample_entries(3000)));
-    for (std::uint64_t nth = 1;; ++nth) {
-        bool loaded = false;
-        {
-            const AllocationFault fault(nth, kFromNowOn);
-            loaded = load();
-        }
-        if (!AllocationFault::hit()) {
-            EXPECT_TRUE(loaded);
-            EXPECT_GT(nth, 8u);
-            break;
-        }
-        EXPECT_FALSE(loaded) << nth;
-        expect_nothing_changed();
     }
 }
 

@@ -1,7 +1,11 @@
 // Moments between two steps of one thread in which another thread may act. They last nanoseconds,
 // so a test stands in them by way of a hook, or of fields that change between two reads.
+#include <thread>
+
+#include "engine/index_cache.hpp"
 #include "engine/status.hpp"
 #include "rules/engine/engine_test_support.hpp"
+#include "rules/index/cache_bytes.hpp"
 #include "simulated/lock_hook.hpp"
 
 namespace system_search {
@@ -41,6 +45,36 @@ TEST(StatusMoments, final_state_never_comes_with_a_counter_from_before_the_end) 
     EXPECT_EQ(final_states, 1) << "only when the build ended before the first read";
 }
 
+std::shared_ptr<Index> index_of_one_file() {
+    auto index = std::make_shared<Index>();
+    Batch batch;
+    batch.add("C:/a", kKindFile);
+    publish_shard(*index, batch);
+    return index;
+}
+
+TEST(StatusMoments, final_state_never_comes_with_the_count_of_the_index_before) {
+    SystemSearchEngine* const handle = ss_create();
+    ASSERT_NE(handle, nullptr);
+    auto& engine = *reinterpret_cast<Engine*>(handle);
+    engine.state = SS_ENGINE_RUNNING;
+    const std::shared_ptr<Index> before = current_index(engine);
+    EngineStatus seen{};
+    std::thread host;
+    {
+        const platform::MutexLock lock(before->mutex);
+        host = std::thread([&] { ss_status(handle, &seen); });
+        // Until the host has its reference, beside the engine's and ours, and waits for the lock.
+        while (before.use_count() < 3) std::this_thread::yield();
+        replace_index(engine, index_of_one_file());
+        engine.state = SS_ENGINE_READY;
+    }
+    host.join();
+    EXPECT_EQ(seen.state, SS_ENGINE_READY);
+    EXPECT_EQ(seen.entries, 1u);
+    ss_destroy(handle);
+}
+
 using EngineMoments = EngineTest;
 
 // Whoever sees "running" may cancel, and that has to hold.
@@ -66,6 +100,42 @@ TEST_F(EngineMoments, cancel_that_comes_as_soon_as_the_state_says_running_holds)
         ss_cancel(handle_);
     });
     EXPECT_EQ(build("C:\\tree"), (EngineStatus{SS_ENGINE_CANCELLED, 0, 0, 0, 0}));
+}
+
+TEST_F(EngineMoments, failed_state_is_stored_after_its_text) {
+    std::atomic<std::uint32_t> state_before_text{9};
+    std::atomic<std::uint32_t> state_behind_text{9};
+    // On the build thread, whose next lock is the one under which the text is stored.
+    on_platform_call(1, kStatus, [&] {
+        on_lock_of_this_thread(1, LockStep::kBeforeLock, [&] {
+            state_before_text = engine().state.load();
+            on_lock_of_this_thread(1, LockStep::kAfterUnlock,
+                                   [&] { state_behind_text = engine().state.load(); });
+        });
+    });
+    EXPECT_EQ(build("C:\\missing").state, SS_ENGINE_FAILED);
+    EXPECT_EQ(error(), "The selected folder is unavailable.");
+    EXPECT_EQ(state_before_text, SS_ENGINE_RUNNING);
+    EXPECT_EQ(state_behind_text, SS_ENGINE_RUNNING);
+}
+
+TEST_F(EngineMoments, counters_of_a_load_are_stored_after_the_index_was_replaced) {
+    write_file(u"C:\\index", cache_bytes("C:/", sample_entries(3), 42, 1));
+    Engine& loading = engine();
+    std::uint32_t seen_entries = 9;
+    std::uint32_t seen_counters = 9;
+    // The old index is released right after the replacement, outside of the lock.
+    replace_index(loading, std::shared_ptr<Index>(new Index, [&](Index* old) {
+                      seen_entries = entry_count(*current_index(loading));
+                      seen_counters = loading.skipped + loading.limited + loading.from_cache;
+                      delete old;
+                  }));
+    ASSERT_TRUE(load_index_cache(loading, "C:/", "C:/index"));
+    EXPECT_EQ(seen_entries, 3u);
+    EXPECT_EQ(seen_counters, 0u);
+    EXPECT_EQ(loading.skipped, 42u);
+    EXPECT_EQ(loading.limited, 1u);
+    EXPECT_EQ(loading.from_cache, 1u);
 }
 
 // A hook that runs before the lock shows that there is one.

@@ -262,25 +262,5 @@ TEST_F(CacheReader, a_read_that_fails_never_makes_a_file_complete) {
     }
 }
 
-TEST_F(CacheReader, memory_that_runs_out_leaves_nothing_behind) {
-    const auto entries = sample_entries(3000);
-    simulated::write_file(kCacheFile, cache_bytes("C:/", entries));
-    for (std::uint64_t nth = 1;; ++nth) {
-        platform::File file;
-        ASSERT_EQ(file.open_for_reading(kCacheFile), platform::kSuccess);
-        cached = {};
-        const auto result = simulated::with_failing_allocation(
-            nth, [&] { return read_index_cache(file, "C:/", cancel, cached); });
-        if (!AllocationFault::hit()) {
-            EXPECT_EQ(result, kComplete);
-            EXPECT_GT(nth, 8u);
-            break;
-        }
-        EXPECT_EQ(result, std::nullopt);
-        EXPECT_EQ(cached.index, nullptr);
-    }
-    EXPECT_EQ(entries_of(*cached.index), entries);
-}
-
 }  // namespace
 }  // namespace system_search

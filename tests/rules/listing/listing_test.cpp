@@ -384,15 +384,6 @@ TEST_F(ListingTest, thread_that_cannot_be_started_gives_null) {
     EXPECT_EQ(list("C:/top").status.matched, 1u);
 }
 
-TEST_F(ListingTest, every_failing_allocation_gives_null_or_a_failed_query) {
-    add_file(u"C:\\top\\a");
-    add_folder(u"C:\\top\\b");
-    const AllocationFailures failures = fail_each_allocation([] { return start("C:/top"); });
-    EXPECT_EQ(failures.whole, (QueryStatus{SS_QUERY_DONE, 2, 2, 2, 0}));
-    EXPECT_GE(failures.refused, 2u);
-    EXPECT_GE(failures.failed, 4u);
-}
-
 // ---- Destruction --------------------------------------------------------------------------------
 
 TEST_F(ListingTest, destroy_ends_a_listing_after_the_child_in_hand) {

@@ -261,14 +261,6 @@ TEST_F(QueryApiTest, thread_that_cannot_be_started_gives_null) {
     EXPECT_EQ(RunningQuery(start("report")).finish().matched, 3u);
 }
 
-TEST_F(QueryApiTest, every_failing_allocation_gives_null_or_a_failed_query) {
-    build_small_tree();
-    const AllocationFailures failures = fail_each_allocation([&] { return start("report"); });
-    EXPECT_EQ(failures.whole.count, 3u);
-    EXPECT_GE(failures.refused, 3u) << "query, snapshot, job";
-    EXPECT_GE(failures.failed, 3u) << "pattern, results, metadata";
-}
-
 // ---- Destruction --------------------------------------------------------------------------------
 
 TEST_F(QueryApiTest, destroy_waits_for_one_platform_call_at_most) {

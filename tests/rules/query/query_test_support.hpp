@@ -83,44 +83,6 @@ private:
     SystemSearchQuery* handle_;
 };
 
-// How a query ends when one allocation after the other fails, from its start to its end.
-struct AllocationFailures {
-    std::uint64_t refused = 0;  // no handle
-    std::uint64_t failed = 0;   // a query that failed
-    QueryStatus whole{};        // of the run that met no failure
-};
-
-template <typename Start>
-AllocationFailures fail_each_allocation(Start start) {
-    AllocationFailures failures;
-    for (std::uint64_t nth = 1;; ++nth) {
-        SystemSearchQuery* handle = nullptr;
-        QueryStatus status{9, 9, 9, 9, 9};
-        bool hit = false;
-        {
-            const AllocationFault fault(nth);
-            handle = start();
-            while (handle != nullptr &&
-                   (ss_query_poll(handle, &status), status.state == SS_QUERY_RUNNING)) {
-                std::this_thread::yield();
-            }
-            hit = AllocationFault::hit();
-        }
-        const RunningQuery query(handle);
-        if (!hit) {
-            EXPECT_NE(handle, nullptr);
-            failures.whole = status;
-            return failures;
-        }
-        if (handle == nullptr) {
-            ++failures.refused;
-        } else {
-            EXPECT_EQ(status, kNotDone(SS_QUERY_FAILED)) << "allocation " << nth;
-            ++failures.failed;
-        }
-    }
-}
-
 using Paths = std::vector<std::string>;
 
 // A query over these files; a path that ends in "/" is a folder without it.
