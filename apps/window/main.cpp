@@ -3,7 +3,9 @@
  *   model, which knows no window and is tested without any
  *     arguments, settings      the command line; what is remembered
  *     index_session            the engines: from the cache, read anew, swapped
+ *     phrasing, letter_case    a person's text as questions to the library
  *     searches, search_plan    the queries: which, and when
+ *     found_rows, word_places  what they have found, as one list
  *     rows, highlight          the answer's rows
  *     sentences                what the status bar says of it all
  *     worker                   destroys what may make the window wait

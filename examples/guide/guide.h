@@ -32,6 +32,18 @@ int engines_rebuild(Engines* engines);
 int engines_tick(Engines* engines);
 void engines_close(Engines* engines);
 
+/* Three words in each of their orders: up to six queries, whose results are read as one list. */
+typedef struct WordSearch {
+    SystemSearchQuery* queries[6];
+    uint32_t next[6]; /* the first result of each that was not yet read */
+    uint32_t count;
+} WordSearch;
+
+int words_search(WordSearch* search, SystemSearchEngine* engine, const char* text);
+int words_done(const WordSearch* search);
+const char* words_next(WordSearch* search);
+void words_close(WordSearch* search);
+
 int cache_path(char* path, int size);
 void describe_outcome(const QueryStatus* outcome, char* sentence, size_t size);
 const char* describe_build(SystemSearchEngine* engine, char* sentence, size_t size);

@@ -138,6 +138,49 @@ TEST_F(Guide, a_rebuild_that_fails_leaves_the_index_in_use) {
     engines_close(&engines);
 }
 
+// The names below the tree that a text finds as words in any order, in the order of their paths.
+std::vector<std::string> words_found(SystemSearchEngine* engine, const std::string& text,
+                                     std::size_t folder_size) {
+    WordSearch search;
+    EXPECT_EQ(words_search(&search, engine, text.c_str()), 1);
+    while (!words_done(&search)) Sleep(1);
+    std::vector<std::string> names;
+    while (const char* path = words_next(&search)) names.emplace_back(path + folder_size + 1);
+    EXPECT_EQ(words_next(&search), nullptr);
+    words_close(&search);
+    return names;
+}
+
+TEST_F(Guide, words_are_found_in_any_order_each_path_once) {
+    using Names = std::vector<std::string>;
+    for (const char* file : {"final march.txt", "March x Final.txt", "march.txt", "b Final March",
+                             "march final march", "reportal", "one two three", "Two-Three-One"}) {
+        add(file);
+    }
+    SystemSearchEngine* engine = ss_create();
+    ASSERT_EQ(ss_start(engine, tree().c_str(), "", 0), 1);
+    wait_for(engine);
+    const auto found = [&](const std::string& text) {
+        return words_found(engine, text, tree().size());
+    };
+    EXPECT_EQ(found("final march"), (Names{"b Final March", "final march.txt", "march final march",
+                                           "March x Final.txt"}));
+    EXPECT_EQ(found("  march   final "), found("final march"));
+    EXPECT_EQ(found("march march"), Names{"march final march"});
+    EXPECT_EQ(found("report portal"), Names{});
+    EXPECT_EQ(found("three one two"), (Names{"one two three", "Two-Three-One"}));
+    EXPECT_EQ(found("march"), (Names{"b Final March", "final march.txt", "march final march",
+                                     "March x Final.txt", "march.txt"}));
+    EXPECT_EQ(found("*final march.t?t"), Names{"final march.txt"});
+    EXPECT_EQ(found("one two three four"), Names{});
+    EXPECT_EQ(found("").size(), 10u);
+    ss_destroy(engine);
+
+    WordSearch failed;
+    EXPECT_EQ(words_search(&failed, nullptr, "final march"), 0);
+    EXPECT_EQ(failed.count, 0u);
+}
+
 TEST_F(Guide, the_cache_lies_in_the_users_local_folder) {
     char path[1024];
     ASSERT_TRUE(cache_path(path, sizeof path));

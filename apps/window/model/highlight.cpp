@@ -1,13 +1,11 @@
 #include "model/highlight.hpp"
 
+#include "model/letter_case.hpp"
 #include "model/paths.hpp"
+#include "model/word_places.hpp"
 
 namespace window {
 namespace {
-
-char fold(char byte, bool match_case) {
-    return !match_case && byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte | 0x20) : byte;
-}
 
 std::size_t next_code_point(std::string_view text, std::size_t at) {
     if (at >= text.size()) return text.size();
@@ -26,24 +24,25 @@ void mark(std::vector<Range>& marked, std::size_t begin, std::size_t end) {
 }
 
 /* The first occurrence that reaches into the name; one that ends before it has nothing to mark. */
-std::vector<Range> plain_match(std::string_view subject, std::string_view text, bool match_case,
+std::vector<Range> plain_match(std::string_view subject, std::string_view text,
                                std::size_t name_begin) {
-    std::size_t at = name_begin + 1 > text.size() ? name_begin + 1 - text.size() : 0;
-    for (; at + text.size() <= subject.size(); ++at) {
-        std::size_t same = 0;
-        while (same < text.size() &&
-               fold(subject[at + same], match_case) == fold(text[same], match_case)) {
-            ++same;
-        }
-        if (same == text.size()) return {{at, at + same}};
-    }
-    return {};
+    const std::size_t first = name_begin + 1 > text.size() ? name_begin + 1 - text.size() : 0;
+    const std::size_t at = subject.find(text, first);
+    if (at == std::string_view::npos) return {};
+    return {{at, at + text.size()}};
+}
+
+/* In the name alone where that holds all words, else in the whole path. */
+std::vector<Range> words_match(std::string_view subject, const std::vector<std::string>& words,
+                               std::size_t name_begin) {
+    std::vector<Range> places = place_words(subject.substr(name_begin), words);
+    for (Range& place : places) place = {place.begin + name_begin, place.end + name_begin};
+    return places.empty() ? place_words(subject, words) : places;
 }
 
 /* The library's rule, with a note of what each sign of the pattern stood for. At a "*" the marks
    behind it are given up when the "*" has to swallow one code point more. */
-std::vector<Range> pattern_match(std::string_view subject, std::string_view pattern,
-                                 bool match_case) {
+std::vector<Range> pattern_match(std::string_view subject, std::string_view pattern) {
     std::vector<Range> marked;
     std::vector<Range> marked_at_star;
     std::size_t star = std::string_view::npos;
@@ -60,8 +59,7 @@ std::vector<Range> pattern_match(std::string_view subject, std::string_view patt
             mark(marked, at, next);
             at = next;
             ++p;
-        } else if (p < pattern.size() &&
-                   fold(pattern[p], match_case) == fold(subject[at], match_case)) {
+        } else if (p < pattern.size() && pattern[p] == subject[at]) {
             mark(marked, at, at + 1);
             ++at;
             ++p;
@@ -79,16 +77,20 @@ std::vector<Range> pattern_match(std::string_view subject, std::string_view patt
 
 }  // namespace
 
-std::vector<Range> highlight(std::string_view path, std::string_view text, bool whole_path,
-                             bool match_case) {
-    if (text.empty()) return {};
-    const std::string_view name = name_of(path);
-    const std::string_view subject = whole_path ? path : name;
-    const bool is_pattern = text.find_first_of("*?") != std::string_view::npos;
-    const std::size_t name_begin = subject.size() - name.size();
-    const std::vector<Range> matched = is_pattern
-                                           ? pattern_match(subject, text, match_case)
-                                           : plain_match(subject, text, match_case, name_begin);
+std::vector<Range> highlight(std::string_view path, const Phrasing& phrasing) {
+    if (phrasing.words.empty() || phrasing.words[0].empty()) return {};
+    const std::size_t name_size = name_of(path).size();
+    std::string subject(phrasing.whole_path ? path : name_of(path));
+    std::vector<std::string> words = phrasing.words;
+    if (!phrasing.match_case) {
+        subject = lowercase(subject);
+        for (std::string& word : words) word = lowercase(word);
+    }
+    const std::size_t name_begin = subject.size() - name_size;
+    const bool is_pattern = words[0].find_first_of("*?") != std::string::npos;
+    const std::vector<Range> matched = words.size() > 1 ? words_match(subject, words, name_begin)
+                                       : is_pattern     ? pattern_match(subject, words[0])
+                                                    : plain_match(subject, words[0], name_begin);
     std::vector<Range> in_name;
     for (const Range& range : matched) {
         if (range.end <= name_begin) continue;

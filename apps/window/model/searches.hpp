@@ -1,18 +1,24 @@
-/* The queries of the window: at most one runs, and its answer is handed over when it is there. */
+/* The queries of the window: those of one question at most run at a time, and their common answer
+ * is handed over when the last of them is done. */
 #pragma once
 
 #include <functional>
 #include <optional>
+#include <vector>
 
+#include "model/found_rows.hpp"
+#include "model/phrasing.hpp"
 #include "model/search_plan.hpp"
 
 namespace window {
 
-/* An answer, with the query that holds its results. */
+/* An answer, with its rows. */
 struct Found {
-    ss::Query query;  // empty when the search failed
-    ss::Outcome outcome;
+    FoundRows rows;  // none when the search failed
+    bool failed = false;
+    std::uint32_t searched = 0;  // names
     Question question;
+    Phrasing phrasing;
     double milliseconds = 0;
     bool is_new = false;  // the first answer to its question
 };
@@ -34,23 +40,27 @@ public:
     /* Starts what is due on `engine` and hands over what is done. `few` is what the list shows. */
     std::optional<Found> tick(const ss::Engine& engine, std::uint32_t few, SearchPlan::Time now);
 
-    /* Drops the query that runs. */
+    /* Drops what runs. */
     void stop();
 
-    bool is_running() const { return static_cast<bool>(running_); }
+    bool is_running() const { return !running_.empty(); }
     /* The question as it is now has had its first answer. */
     bool is_answered() const { return answered_; }
     bool is_waiting() const { return plan_.is_waiting(); }
 
 private:
+    void start(const ss::Engine& engine, std::uint32_t limit);
     std::optional<Found> take_answer(SearchPlan::Time now);
+    Found failure(SearchPlan::Time now);
 
     const Discard discard_;
     SearchPlan plan_;
     Question question_;
+    Phrasing phrasing_;       // of the question
     bool was_asked_ = false;  // ever
     bool answered_ = false;   // the question as it is now
-    ss::Query running_;
+    std::vector<ss::Query> running_;
+    std::uint32_t limit_ = 0;  // of those that run
     SearchPlan::Time started_at_;
 };
 

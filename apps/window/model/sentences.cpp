@@ -7,6 +7,14 @@ std::string names(std::uint32_t count, const NumberStyle& style) {
     return format_count(count, style) + (count == 1 ? " name" : " names");
 }
 
+/* A number of two digits and zeros that is less: what is known of it is only that there are more.
+ */
+std::uint32_t round_below(std::uint32_t number) {
+    std::uint32_t unit = 1;
+    while ((number - 1) / unit >= 100) unit *= 10;
+    return (number - 1) / unit * unit;
+}
+
 std::string reading_words(std::uint32_t count, const IndexReport& report,
                           const NumberStyle& style) {
     return "Reading the disk: " + names(count, style) +
@@ -15,15 +23,55 @@ std::string reading_words(std::uint32_t count, const IndexReport& report,
 
 }  // namespace
 
-std::string answer_sentence(const Answer& answer, const NumberStyle& style) {
-    if (answer.matched > SS_MAX_RESULTS) {
-        return "The first " + format_count(SS_MAX_RESULTS, style) + " of " +
-               format_count(answer.matched, style) +
-               (answer.sorted ? ", sorted among themselves" : "") +
-               ". Type more to narrow them down.";
+std::string empty_list_hint(const Question& question, const Phrasing& phrasing) {
+    if (question.kind == ss::Kind::kFile) return "Only files are looked for.";
+    if (question.kind == ss::Kind::kFolder) return "Only folders are looked for.";
+    if (question.match_case) return "\"Match case\" is on.";
+    const std::string& text = phrasing.words.front();
+    const bool is_pattern = text.find_first_of("*?") != std::string::npos;
+    if (is_pattern && !phrasing.whole_path && (text.front() != '*' || text.back() != '*')) {
+        return "A pattern has to match the whole name: a * in front and at the end lets it be a "
+               "part.";
     }
-    return format_count(answer.matched, style) + " of " + names(answer.searched, style) + ", " +
-           format_milliseconds(answer.milliseconds, style);
+    if (is_pattern && text.back() != '*') {
+        return "A pattern has to match to the end of the path: a * there stands for anything.";
+    }
+    if (phrasing.words.size() > 1) {
+        return phrasing.whole_path ? "All of these words have to be in the path."
+                                   : "All of these words have to be in the name: \"Whole path\" "
+                                     "looks for them in the folders, too.";
+    }
+    if (question.text.find('"') != std::string::npos) {
+        return "In quotes blanks count, and words stay in their order.";
+    }
+    return "A shorter text finds more.";
+}
+
+std::string answer_sentence(const Answer& answer, const NumberStyle& style) {
+    const auto& [matched, bound] = answer.total;
+    std::string sentence;
+    if (matched > SS_MAX_RESULTS) {
+        sentence = "The first " + format_count(SS_MAX_RESULTS, style) + " of " +
+                   (bound == Bound::kExact ? "" : "more than ") +
+                   format_count(bound == Bound::kExact ? matched : round_below(matched), style) +
+                   (answer.sorted ? ", sorted among themselves" : "") +
+                   ". Type more to narrow them down.";
+    } else {
+        sentence = bound == Bound::kMoreThan  ? "More than " + format_count(matched - 1, style)
+                   : bound == Bound::kAtLeast ? "At least " + format_count(matched, style)
+                                              : format_count(matched, style);
+        sentence += " of " + names(answer.searched, style) + ", " +
+                    format_milliseconds(answer.milliseconds, style);
+    }
+    if (matched == 0 && bound == Bound::kExact && !answer.empty_hint.empty()) {
+        return sentence + ". " + answer.empty_hint;
+    }
+    if (matched == 0 && bound == Bound::kAtLeast) {
+        return "Too many names have the three longest words. Make one of the words longer.";
+    }
+    if (answer.all_cases) return sentence;
+    return sentence + (sentence.back() == '.' ? "" : ".") +
+           " Not every upper and lower case was tried.";
 }
 
 std::string moment_words(int days_ago, const std::string& date, const std::string& time) {

@@ -4,21 +4,29 @@
 #include <cstdint>
 #include <string>
 
+#include "model/found_rows.hpp"
 #include "model/index_session.hpp"
 #include "model/numbers.hpp"
+#include "model/phrasing.hpp"
 #include "model/search_plan.hpp"
 
 namespace window {
 
 /* The outcome of the search that the list shows. */
 struct Answer {
-    std::uint32_t matched = 0;
+    Total total;
     std::uint32_t searched = 0;  // names
     double milliseconds = 0;
-    bool sorted = false;  // by a column, not as the library orders
+    bool sorted = false;       // by a column, not as the library orders
+    bool all_cases = true;     // each letter was asked in both its cases
+    std::string empty_hint{};  // what may help when nothing was found
 };
 
-/* "23 of 1,204,551 names, 3 ms", or "The first 1000 of 48,213. Type more to narrow them down." */
+/* What may help who finds nothing, in a sentence. */
+std::string empty_list_hint(const Question& question, const Phrasing& phrasing);
+
+/* "23 of 1,204,551 names, 3 ms", or "The first 1000 of 48,213. Type more to narrow them down.";
+   "More than 48,000" where nobody counted them. */
 std::string answer_sentence(const Answer& answer, const NumberStyle& style);
 
 /* "today, 14:03", "yesterday, 14:03", or with the date: how long ago names were read. */

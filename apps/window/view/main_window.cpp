@@ -386,20 +386,22 @@ DWORD MainWindow::patience() const {
 }
 
 void MainWindow::show_answer(Found found) {
-    if (found.outcome.state != ss::QueryState::kDone) {
+    if (found.failed) {
         measurements_.forget_keys();
         after_answer_ = nullptr;
         tell(kSearchFailedSentence);
         return;
     }
     const bool is_new = found.is_new;
-    answer_ = {found.outcome.matched, found.outcome.index_entries, found.milliseconds, false};
+    answer_ = {found.rows.total(),       found.searched,
+               found.milliseconds,       /*sorted=*/false,
+               found.phrasing.all_cases, empty_list_hint(found.question, found.phrasing)};
     has_answer_ = true;
     if (is_new && trouble_is_old_) trouble_.clear();
     list_->show(std::move(found));
     if (!is_new) return;
     UpdateWindow(list_->handle());
-    measurements_.list_painted(answer_.searched, answer_.matched, answer_.milliseconds);
+    measurements_.list_painted(answer_.searched, answer_.total.matched, answer_.milliseconds);
     if (const auto action = std::exchange(after_answer_, nullptr)) {
         act_on_pointed(action, /*from_box=*/true);
     }

@@ -66,7 +66,7 @@ void ResultList::icon_arrived(WPARAM index, LPARAM number) {
 }
 
 ss::Result ResultList::row(std::size_t index) const {
-    return index < positions_.size() ? query_.results()[positions_[index]] : ss::Result{};
+    return index < positions_.size() ? found_[positions_[index]] : ss::Result{};
 }
 
 std::vector<std::string_view> ResultList::paths() const {
@@ -89,26 +89,29 @@ ResultList::Kept ResultList::kept() const {
 void ResultList::show(Found found) {
     const std::vector<std::string_view> before = paths();
     const Kept was = kept();
-    ss::Query outdated = std::exchange(query_, std::move(found.query));
-    question_ = std::move(found.question);
+    FoundRows outdated = std::exchange(found_, std::move(found.rows));
+    phrasing_ = std::move(found.phrasing);
     sort();
     change_rows(before, was, found.is_new,
-                std::min<std::uint32_t>(found.outcome.matched, SS_MAX_RESULTS));
-    if (outdated) discard_(std::move(outdated));  // only now: `before` refers to it
+                std::min<std::uint32_t>(found_.total().matched, SS_MAX_RESULTS));
+    discard(std::move(outdated));  // only now: `before` refers to it
 }
 
 void ResultList::close() {
     positions_.clear();
     count_ = 0;
     ListView_SetItemCountEx(list_, 0, LVSICF_NOINVALIDATEALL);
-    if (query_) discard_(std::exchange(query_, ss::Query()));
+    discard(std::exchange(found_, FoundRows()));
+}
+
+void ResultList::discard(FoundRows outdated) {
+    for (ss::Query& query : outdated.take_queries()) discard_(std::move(query));
 }
 
 void ResultList::sort() {
-    const ss::Results results = query_.results();
-    std::vector<SortKey> keys(results.size());
-    for (std::size_t i = 0; order_.column && i < results.size(); ++i) {
-        const ss::Result result = results[i];
+    std::vector<SortKey> keys(found_.size());
+    for (std::size_t i = 0; order_.column && i < found_.size(); ++i) {
+        const ss::Result result = found_[i];
         switch (*order_.column) {
             case Column::kName:
                 keys[i].text = sort_key(name_of(result.path));
@@ -371,9 +374,7 @@ void ResultList::paint_first_cell(HDC dc, int index) {
         icons_.draw(dc, left, top, static_cast<int>(cell.right) - left, name,
                     result.kind == ss::Kind::kFolder);
     }
-    const std::vector<Range> matched = in_utf16(
-        highlight(result.path, question_.text, question_.matches_path(), question_.match_case),
-        name);
+    const std::vector<Range> matched = in_utf16(highlight(result.path, phrasing_), name);
     paint_name(dc, label, app::to_wide(name), matched, colors);
 }
 

@@ -71,6 +71,7 @@ private:
         std::optional<std::uint32_t> top;
     };
     ss::Result row(std::size_t index) const;
+    void discard(FoundRows outdated);
     std::size_t held_rows() const { return positions_.size(); }
     std::vector<std::string_view> paths() const;
     Kept kept() const;
@@ -90,8 +91,8 @@ private:
     HWND list_ = nullptr;
     Icons icons_;
     const Searches::Discard discard_;
-    ss::Query query_;  // what the rows are read from
-    Question question_;
+    FoundRows found_;  // what the rows are read from
+    Phrasing phrasing_;
     Pointed pointed_;
     bool is_changing_rows_ = false;  // what the list tells meanwhile is not the user's doing
     Order order_;

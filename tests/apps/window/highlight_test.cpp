@@ -13,7 +13,8 @@ namespace {
 std::string marked(std::string_view path, std::string_view text, bool whole_path = false,
                    bool match_case = false) {
     std::string shown(name_of(path));
-    const std::vector<Range> ranges = highlight(path, text, whole_path, match_case);
+    const Question question{std::string(text), ss::Kind::kAny, match_case, whole_path};
+    const std::vector<Range> ranges = highlight(path, phrase(question));
     for (auto range = ranges.rbegin(); range != ranges.rend(); ++range) {
         shown.insert(range->end, "]");
         shown.insert(range->begin, "[");
@@ -34,9 +35,29 @@ TEST(Highlight, case_counts_when_it_should) {
     EXPECT_EQ(marked("C:/REPORT", "rePort"), "[REPORT]");
 }
 
-TEST(Highlight, letters_beyond_ascii_match_as_they_are) {
-    EXPECT_EQ(marked("C:/\xC3\x89t\xC3\xA9", "\xC3\xA9"), "\xC3\x89t[\xC3\xA9]");
-    EXPECT_EQ(marked("C:/\xC3\x89", "\xC3\xA9"), "\xC3\x89");
+TEST(Highlight, letters_beyond_ascii_match_in_both_cases_unless_case_matters) {
+    EXPECT_EQ(marked("C:/Été", "é"), "[É]té");
+    EXPECT_EQ(marked("C:/Überstunden.xlsx", "überstunden"), "[Überstunden].xlsx");
+    EXPECT_EQ(marked("C:/ОТЧЁТ.doc", "*отчёт*"), "[ОТЧЁТ].doc");
+    EXPECT_EQ(marked("C:/Été", "é", false, true), "Ét[é]");
+}
+
+TEST(Highlight, each_of_several_words_is_marked_at_a_place_of_its_own) {
+    EXPECT_EQ(marked("C:/march invoice final.docx", "final march"), "[march] invoice [final].docx");
+    EXPECT_EQ(marked("C:/banana.txt", "an an"), "b[an][an]a.txt");
+    EXPECT_EQ(marked("C:/reportal", "report portal"), "reportal");
+    EXPECT_EQ(marked("C:/d c b a.txt", "a b c d"), "[d] [c] [b] [a].txt");
+    EXPECT_EQ(marked("C:/Übung Final", "final übung"), "[Übung] [Final]");
+}
+
+TEST(Highlight, words_of_a_whole_path_are_marked_in_the_name_where_that_has_them_all) {
+    EXPECT_EQ(marked("C:/final/march final.doc", "final march", true), "[march] [final].doc");
+    EXPECT_EQ(marked("C:/final/march.doc", "final march", true), "[march].doc");
+}
+
+TEST(Highlight, in_quotes_words_are_one_text) {
+    EXPECT_EQ(marked("C:/march final.doc", "\"march final\""), "[march final].doc");
+    EXPECT_EQ(marked("C:/final march.doc", "\"march final\""), "final march.doc");
 }
 
 TEST(Highlight, of_a_pattern_the_letters_are_marked_and_what_a_star_swallows_is_not) {
@@ -84,7 +105,7 @@ TEST(Highlight, every_small_pattern_marks_nothing_outside_the_name_and_only_when
     for (const std::string& name : {std::string("a"), std::string("abab"), std::string("bb")}) {
         for (const std::string& text : texts) {
             std::size_t last = 0;
-            for (const Range& range : highlight("C:/" + name, text, false, false)) {
+            for (const Range& range : highlight("C:/" + name, phrase({text}))) {
                 EXPECT_LE(last, range.begin) << name << " " << text;
                 EXPECT_LT(range.begin, range.end) << name << " " << text;
                 EXPECT_LE(range.end, name.size()) << name << " " << text;

@@ -91,7 +91,7 @@ check "one result is counted among all names" "1 of $shown_names names, [0-9.,]+
 check "a row tells name, folder, size and time" \
     "Zebra Report.txt\t${disk//\\/\\\\}\t[^\t]*(1.5|1,5|2|1,536)[^\t]*\t[^\t]*2:34[^\t]*" row 0
 search_for 'no such name'
-check "nothing found is told as well" "0 of $shown_names names, [0-9.,]+ ms" status 0
+check "nothing found is told as well" "0 of $shown_names names, [0-9.,]+ ms\. All of these words .*" status 0
 check "the list is empty then" 0 count
 keys Escape
 check "Esc empties the box" '' text $box

@@ -58,14 +58,15 @@ TEST_F(SearchesTest, the_first_answer_holds_what_the_list_shows_and_the_next_the
     ASSERT_TRUE(first);
     EXPECT_TRUE(first->is_new);
     EXPECT_EQ(first->question.text, "f");
-    EXPECT_EQ(first->outcome.matched, 1500u);
-    EXPECT_EQ(first->query.results().size(), kFew);
+    EXPECT_EQ(first->rows.total(), (Total{1500, Bound::kExact}));
+    EXPECT_EQ(first->rows.size(), kFew);
+    EXPECT_EQ(first->searched, 1500u);
     EXPECT_FALSE(searches_.tick(engine_, kFew, kStart + milliseconds(1)));
     EXPECT_FALSE(searches_.is_running());
     const auto second = answer(searches_, kStart + SearchPlan::kPause);
     ASSERT_TRUE(second);
     EXPECT_FALSE(second->is_new);
-    EXPECT_EQ(second->query.results().size(), 1000u);
+    EXPECT_EQ(second->rows.size(), 1000u);
     EXPECT_FALSE(searches_.is_waiting());
 }
 
@@ -79,7 +80,7 @@ TEST_F(SearchesTest, another_question_drops_the_query_that_runs) {
     const auto found = answer(searches_, kStart);
     ASSERT_TRUE(found);
     EXPECT_EQ(found->question.text, "f0000000");
-    EXPECT_EQ(found->outcome.matched, 10u);
+    EXPECT_EQ(found->rows.total().matched, 10u);
 }
 
 TEST_F(SearchesTest, the_same_question_is_not_asked_twice_unless_told_to) {
@@ -109,14 +110,14 @@ TEST_F(SearchesTest, no_thread_for_a_query_is_a_failed_answer_and_the_next_quest
     const auto failed = searches_.tick(engine_, kFew, kStart);
     forget_call_plans();
     ASSERT_TRUE(failed);
-    EXPECT_EQ(failed->outcome.state, ss::QueryState::kFailed);
-    EXPECT_FALSE(failed->query);
+    EXPECT_TRUE(failed->failed);
+    EXPECT_EQ(failed->rows.size(), 0u);
     EXPECT_FALSE(searches_.is_running());
     EXPECT_FALSE(searches_.is_waiting());
     searches_.ask({"f1"}, kStart);
     const auto found = answer(searches_, kStart);
     ASSERT_TRUE(found);
-    EXPECT_EQ(found->outcome.state, ss::QueryState::kDone);
+    EXPECT_FALSE(found->failed);
 }
 
 TEST_F(SearchesTest, no_memory_for_a_query_is_told_and_the_next_question_works) {
@@ -134,20 +135,67 @@ TEST_F(SearchesTest, no_memory_for_a_query_is_told_and_the_next_question_works) 
             }
         }
         if (searches_.is_running()) break;
-        EXPECT_TRUE(threw || (found && found->outcome.state == ss::QueryState::kFailed)) << nth;
+        EXPECT_TRUE(threw || (found && found->failed)) << nth;
     }
     EXPECT_GT(nth, 1u);
     searches_.ask({"b"}, kStart);
     const auto found = answer(searches_, kStart);
     ASSERT_TRUE(found);
-    EXPECT_EQ(found->outcome.state, ss::QueryState::kDone);
+    EXPECT_FALSE(found->failed);
+}
+
+TEST_F(SearchesTest, several_words_are_several_queries_with_one_answer) {
+    searches_.ask({"01 f0000"}, kStart);
+    EXPECT_FALSE(searches_.tick(engine_, kFew, kStart));
+    const auto found = answer(searches_, kStart);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->phrasing.questions.size(), 2u);
+    // Of "f00000000" to "f00001499", those with "01" behind "f0000".
+    EXPECT_EQ(found->rows.total(), (Total{134, Bound::kMoreThan}));
+    EXPECT_EQ(found->rows.size(), kFew);
+    EXPECT_EQ(found->rows[0].path, "C:/disk/f00000001");
+    const auto all = answer(searches_, kStart + SearchPlan::kPause);
+    ASSERT_TRUE(all);
+    EXPECT_EQ(all->rows.total(), (Total{134, Bound::kExact}));
+    EXPECT_EQ(all->rows.size(), 134u);
+}
+
+TEST_F(SearchesTest, another_question_drops_each_of_the_queries_that_run) {
+    searches_.ask({"01 f0000"}, kStart);
+    EXPECT_FALSE(searches_.tick(engine_, kFew, kStart));
+    searches_.ask({"f"}, kStart);
+    EXPECT_FALSE(searches_.is_running());
+    EXPECT_EQ(discarded_.size(), 2u);
+}
+
+TEST_F(SearchesTest, of_four_words_the_rows_are_held_to_all_and_the_thousand_are_asked_at_once) {
+    searches_.ask({"f 0 0 7"}, kStart);
+    const auto found = answer(searches_, kStart);
+    ASSERT_TRUE(found);
+    EXPECT_TRUE(found->phrasing.holds_rows);
+    EXPECT_GT(found->rows.size(), kFew);
+    for (std::size_t i = 0; i < found->rows.size(); ++i) {
+        EXPECT_NE(found->rows[i].path.find('7'), std::string_view::npos);
+    }
+    EXPECT_EQ(found->rows.total().bound, Bound::kAtLeast);
+}
+
+TEST_F(SearchesTest, no_thread_for_the_second_query_gives_back_the_first) {
+    searches_.ask({"01 f0000"}, kStart);
+    fail_platform_call(2, system_search::platform::kAccessDenied, kStartThread);
+    const auto failed = searches_.tick(engine_, kFew, kStart);
+    forget_call_plans();
+    ASSERT_TRUE(failed);
+    EXPECT_TRUE(failed->failed);
+    EXPECT_EQ(discarded_.size(), 1u);
+    EXPECT_FALSE(searches_.is_running());
 }
 
 TEST_F(SearchesTest, an_engine_that_could_not_be_made_is_a_failed_answer) {
     searches_.ask({"f"}, kStart);
     const auto failed = searches_.tick(ss::Engine(), kFew, kStart);
     ASSERT_TRUE(failed);
-    EXPECT_EQ(failed->outcome.state, ss::QueryState::kFailed);
+    EXPECT_TRUE(failed->failed);
 }
 
 }  // namespace

@@ -19,17 +19,61 @@ std::string about(const IndexReport& report) {
 }
 
 TEST(Sentences, an_answer_tells_how_many_of_how_many_and_how_long) {
-    EXPECT_EQ(answer_sentence({23, 1204551, 3.1, false}, kStyle), "23 of 1,204,551 names, 3 ms");
-    EXPECT_EQ(answer_sentence({1, 1, 0.2, true}, kStyle), "1 of 1 name, 1 ms");
-    EXPECT_EQ(answer_sentence({0, 0, 0, false}, kStyle), "0 of 0 names, 1 ms");
-    EXPECT_EQ(answer_sentence({1000, 5000, 9, true}, kStyle), "1000 of 5000 names, 9 ms");
+    EXPECT_EQ(answer_sentence({{23}, 1204551, 3.1, false}, kStyle), "23 of 1,204,551 names, 3 ms");
+    EXPECT_EQ(answer_sentence({{1}, 1, 0.2, true}, kStyle), "1 of 1 name, 1 ms");
+    EXPECT_EQ(answer_sentence({{0}, 0, 0, false}, kStyle), "0 of 0 names, 1 ms");
+    EXPECT_EQ(answer_sentence({{1000}, 5000, 9, true}, kStyle), "1000 of 5000 names, 9 ms");
 }
 
 TEST(Sentences, an_answer_that_is_not_all_says_so_and_what_helps) {
-    EXPECT_EQ(answer_sentence({48213, 1204551, 3, false}, kStyle),
+    EXPECT_EQ(answer_sentence({{48213}, 1204551, 3, false}, kStyle),
               "The first 1000 of 48,213. Type more to narrow them down.");
-    EXPECT_EQ(answer_sentence({1001, 1204551, 3, true}, kStyle),
+    EXPECT_EQ(answer_sentence({{1001}, 1204551, 3, true}, kStyle),
               "The first 1000 of 1001, sorted among themselves. Type more to narrow them down.");
+}
+
+TEST(Sentences, a_number_that_nobody_counted_is_a_bound) {
+    EXPECT_EQ(answer_sentence({{31, Bound::kMoreThan}, 5000, 3, false}, kStyle),
+              "More than 30 of 5000 names, 3 ms");
+    EXPECT_EQ(answer_sentence({{48213, Bound::kMoreThan}, 1204551, 3, false}, kStyle),
+              "The first 1000 of more than 48,000. Type more to narrow them down.");
+    EXPECT_EQ(answer_sentence({{5000, Bound::kMoreThan}, 1204551, 3, true}, kStyle),
+              "The first 1000 of more than 4900, sorted among themselves. "
+              "Type more to narrow them down.");
+    EXPECT_EQ(answer_sentence({{1001, Bound::kMoreThan}, 1204551, 3, false}, kStyle),
+              "The first 1000 of more than 1000. Type more to narrow them down.");
+    EXPECT_EQ(answer_sentence({{12, Bound::kAtLeast}, 5000, 3, false}, kStyle),
+              "At least 12 of 5000 names, 3 ms");
+    EXPECT_EQ(answer_sentence({{0, Bound::kAtLeast}, 5000, 3, false}, kStyle),
+              "Too many names have the three longest words. Make one of the words longer.");
+}
+
+TEST(Sentences, letters_that_were_not_asked_in_both_cases_are_told) {
+    EXPECT_EQ(answer_sentence({{2}, 5000, 3, false, /*all_cases=*/false}, kStyle),
+              "2 of 5000 names, 3 ms. Not every upper and lower case was tried.");
+    EXPECT_EQ(answer_sentence({{2000}, 5000, 3, false, /*all_cases=*/false}, kStyle),
+              "The first 1000 of 2000. Type more to narrow them down. "
+              "Not every upper and lower case was tried.");
+}
+
+TEST(Sentences, who_finds_nothing_is_told_what_may_help) {
+    const auto hint = [](const Question& question) {
+        return empty_list_hint(question, phrase(question));
+    };
+    EXPECT_EQ(answer_sentence({{0}, 5000, 3, false, true, hint({"xyz"})}, kStyle),
+              "0 of 5000 names, 3 ms. A shorter text finds more.");
+    EXPECT_EQ(answer_sentence({{1}, 5000, 3, false, true, hint({"xyz"})}, kStyle),
+              "1 of 5000 names, 3 ms");
+    EXPECT_NE(hint({"report?"}).find("whole name"), std::string::npos);
+    EXPECT_NE(hint({"docs/*.txt"}).find("end of the path"), std::string::npos);
+    EXPECT_EQ(hint({"*report*"}), "A shorter text finds more.");
+    EXPECT_NE(hint({"final march"}).find("in the name"), std::string::npos);
+    EXPECT_NE(hint({"a b", ss::Kind::kAny, false, true}).find("in the path"), std::string::npos);
+    EXPECT_NE(hint({"\"final march\""}).find("quotes"), std::string::npos);
+    EXPECT_EQ(hint({"a", ss::Kind::kFile}), "Only files are looked for.");
+    EXPECT_EQ(hint({"a", ss::Kind::kFolder}), "Only folders are looked for.");
+    EXPECT_EQ(hint({"a", ss::Kind::kAny, true}), "\"Match case\" is on.");
+    EXPECT_FALSE(hint({""}).empty());
 }
 
 TEST(Sentences, a_moment_is_told_by_its_day) {
