@@ -46,7 +46,7 @@ public:
 
     // By how much one resource grew in the part in which it grew least.
     template <typename Number>
-    std::ptrdiff_t least_growth(Number ProcessResources::*resource) const {
+    std::ptrdiff_t least_growth(Number ProcessResources::* resource) const {
         std::ptrdiff_t least = std::numeric_limits<std::ptrdiff_t>::max();
         for (std::size_t i = 1; i < marks_.size(); ++i) {
             least = std::min(least, static_cast<std::ptrdiff_t>(marks_[i].*resource) -
