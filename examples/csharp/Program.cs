@@ -4,61 +4,38 @@
 using System;
 using System.IO;
 using System.Text;
-using System.Threading;
+using System.Threading.Tasks;
 using SystemSearch;
 
 internal static class Program
 {
-    // Waits for the query's end. A program with a window would poll from a timer instead.
-    private static QueryStatus Finish(Query query)
-    {
-        QueryStatus outcome = query.Poll();
-        while (outcome.State == QueryState.Running)
-        {
-            Thread.Sleep(1);
-            outcome = query.Poll();
-        }
-        if (outcome.State != QueryState.Done) throw new InvalidOperationException("The query failed.");
-        return outcome;
-    }
-
     // One line for each result: kind, size, seconds since 1970, path; "-" for what is not known.
-    private static void PrintResults(string title, Query query, QueryStatus outcome)
+    private static void PrintResults(string title, SearchResults results)
     {
-        Console.WriteLine("{0}: {1} of {2} in {3}{4}", title, outcome.Count, outcome.Matched,
-                          outcome.IndexEntries, outcome.IndexIncomplete != 0 ? ", incomplete" : "");
-        foreach (Result result in query.Results())
+        Console.WriteLine("{0}: {1} of {2} in {3}{4}", title, results.Count, results.Matched,
+                          results.Searched, results.IsIncomplete ? ", incomplete" : "");
+        foreach (SearchResult result in results)
         {
             Console.WriteLine(string.Join("\t", new[]
             {
-                result.Kind == Kind.Folder ? "folder" : "file",
+                result.Kind == EntryKind.Folder ? "folder" : "file",
                 result.Size.HasValue ? result.Size.Value.ToString() : "-",
-                result.Modified.HasValue ? result.Modified.Value.ToString() : "-",
+                result.Modified.HasValue ? result.Modified.Value.ToUnixTimeSeconds().ToString() : "-",
                 result.Path,
             }));
         }
     }
 
-    // Searches until a search has seen the finished index, and prints what that one found.
-    private static void SearchWhileIndexing(Engine engine, string text)
+    // Searches until a search has seen the finished index; gives what that one found.
+    private static async Task<SearchResults> SearchWhileIndexing(SearchEngine engine, string text)
     {
         while (true)
         {
-            EngineStatus build = engine.Status;
-            if (build.State == EngineState.Failed) throw new InvalidOperationException(engine.Error);
-            using (Query query = engine.Search(text))
-            {
-                QueryStatus outcome = Finish(query);
-                if (build.State != EngineState.Running)
-                {
-                    Console.WriteLine("indexed {0}, skipped {1}", build.Entries, build.Skipped);
-                    PrintResults("search", query, outcome);
-                    return;
-                }
-                Console.Error.WriteLine("{0} matches in the first {1} entries", outcome.Matched,
-                                        outcome.IndexEntries);
-            }
-            Thread.Sleep(20);
+            BuildState state = engine.Status.State;
+            SearchResults results = await engine.QueryAsync(text);
+            Console.Error.WriteLine("{0} matches in the first {1} entries", results.Matched, results.Searched);
+            if (state != BuildState.Running) return results;
+            await Task.Delay(20);
         }
     }
 
@@ -77,7 +54,7 @@ internal static class Program
         }
     }
 
-    private static int Main(string[] arguments)
+    private static async Task<int> Main(string[] arguments)
     {
         if (arguments.Length != 2)
         {
@@ -87,21 +64,18 @@ internal static class Program
         WriteUtf8();
         try
         {
-            using (Engine engine = Engine.Create())
+            using (var engine = new SearchEngine())
             {
-                if (!engine.Start(arguments[0]))
-                {
-                    throw new InvalidOperationException("The build did not start.");
-                }
-                SearchWhileIndexing(engine, arguments[1]);
+                Task<BuildStatus> build = engine.BuildAsync(arguments[0]);
+                SearchResults found = await SearchWhileIndexing(engine, arguments[1]);
+                BuildStatus status = await build;
+                Console.WriteLine("indexed {0}, skipped {1}", status.Entries, status.Skipped);
+                PrintResults("search", found);
             }
-            using (Query listing = Query.ListFolder(arguments[0]))
-            {
-                PrintResults("list", listing, Finish(listing));
-            }
+            PrintResults("list", await FolderListing.ListAsync(arguments[0]));
             return 0;
         }
-        catch (InvalidOperationException failure)
+        catch (SystemSearchException failure)
         {
             Console.Error.WriteLine(failure.Message);
             return 1;

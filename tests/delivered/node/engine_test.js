@@ -141,6 +141,17 @@ test('following searches while the build runs, and once after it', async () => {
   assert.equal(called('ss_query').length, 3);
 });
 
+test('an abort ends the pause between two searches', async () => {
+  reset({ ss_status: records(build(buildRunning)), ss_query_poll: records(outcome(queryDone)) });
+  const stop = new AbortController();
+  const follow = new Engine().follow('a', { interval: 2 ** 30, signal: stop.signal });
+  await follow.next();
+  const next = follow.next();
+  stop.abort(new Error('enough'));
+  await assert.rejects(next, /^Error: enough$/);
+  assert.equal(called('ss_query').length, 1);
+});
+
 test('arguments that make no sense never reach the library', async () => {
   reset({ ss_status: records(build(buildReady)) });
   const engine = new Engine();

@@ -56,7 +56,7 @@ def python_functions():
 def csharp_functions():
     code = source.read_text()
     names = {"void": "nothing", "byte[]": "text", "int": "int32", "uint": "uint32",
-             "Match": "uint32", "Kind": "uint32", "Engine": "engine", "Query": "query"}
+             "EngineHandle": "engine", "QueryHandle": "query"}
     for result, name, arguments in re.findall(
             r"static extern\s+(\S+)\s+(ss_\w+)\(([^)]*)\)", code):
         types = []
