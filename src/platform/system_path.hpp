@@ -18,7 +18,7 @@ namespace system_search::platform {
 // Folders cannot be created from this length on, other calls fail a few units later.
 inline constexpr std::size_t kLongPathUnits = 248;
 
-inline constexpr bool is_long_path(std::u16string_view path) {
+constexpr bool is_long_path(std::u16string_view path) {
     return path.size() >= kLongPathUnits;
 }
 

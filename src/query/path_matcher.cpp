@@ -86,8 +86,9 @@ void PathMatcher::match(Subject& subject, EntryBits& bits, const std::atomic<boo
     const Shard& shard = subject.shard();
     if (no_folder_holds_first_literal(shard)) {
         // Every folder leaves the whole pattern.
-        if (rests_[0] && rests_[0]->folder_end.empty()) {
-            rests_[0]->names.match(subject, bits, cancel);
+        const std::optional<Rest>& whole = rests_[0];
+        if (whole && whole->folder_end.empty()) {
+            whole->names.match(subject, bits, cancel);
         } else {
             std::fill_n(bits, shard.words(), 0);
         }

@@ -5,7 +5,7 @@ set -euo pipefail
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
-export SOURCE_DATE_EPOCH=1234567890
+export SOURCE_DATE_EPOCH=1234567890 LC_ALL=C.UTF-8
 sbom=$SS_SOURCE/scripts/lib/sbom
 check() { python3 "$SS_SOURCE/tests/delivered/package/check_bill.py" "$@"; }
 fail() { echo "$1"; exit 1; }

@@ -11,6 +11,23 @@ inline bool runs_under_wine() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
+// Whether the process has an administrator's rights already. A program that asks for them opens a
+// box on the screen otherwise, so look here before starting one.
+inline bool is_elevated() {
+    HANDLE token = nullptr;
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token)) return false;
+    TOKEN_ELEVATION elevation{};
+    DWORD bytes = 0;
+    const bool is_told =
+        GetTokenInformation(token, TokenElevation, &elevation, sizeof elevation, &bytes) != 0;
+    CloseHandle(token);
+    return is_told && elevation.TokenIsElevated != 0;
+}
+
+// In a test that starts what only an administrator may run.
+#define NEEDS_ELEVATION(why) \
+    if (!is_elevated()) GTEST_SKIP() << (why) << "; an administrator's prompt allows it"
+
 // In a test that needs what the shell script beside it prepares and names in `variable`. The kit
 // for Windows machines has no such script; anywhere else its absence is a failure.
 #define NEEDS_PREPARED(variable)                                                                \

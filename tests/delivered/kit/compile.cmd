@@ -14,7 +14,7 @@ for %%c in (cl.exe) do set compiler=%%~$PATH:c
 if not defined compiler call :look_for_studio
 for %%c in (cl.exe) do set compiler=%%~$PATH:c
 if not defined compiler (
-    run_one skip cl no compiler of Microsoft on the PATH
+    .\run_one.exe skip cl no compiler of Microsoft on the PATH
     goto :eof
 )
 copy /y package\bin\system_search.dll scratch >nul
@@ -27,15 +27,18 @@ for %%g in (%below%\guide\*.c) do call :cl guide.%%~ng /W3 /Zs "%examples%\guide
 call :cl minimal.c /W3 "%examples%\minimal.c" %library% /Fe:cl_minimal.exe
 call :cl host.c /W3 "%examples%\c\host.c" %library% /Fe:cl_c.exe
 call :cl host.cpp /W3 /EHsc /std:c++17 "%examples%\cpp\host.cpp" %library% /Fe:cl_cpp.exe
+rem Marked for shadow stacks, as newer hosts are: an exception inside of the library has to get through.
+call :cl failing_build.c /W4 "%CD%\compile\failing_build.c" %library% /Fe:cl_failing_build.exe /link /CETCOMPAT
 
-run_one run cl.minimal 60 contains=report.txt scratch\cl_minimal.exe %tree%
-run_one run cl.c 60 like=host.c scratch\cl_c.exe %tree%
-run_one run cl.cpp 60 like=host.c scratch\cl_cpp.exe %tree%
+.\run_one.exe run cl.minimal 60 contains=report.txt scratch\cl_minimal.exe %tree%
+.\run_one.exe run cl.c 60 like=host.c scratch\cl_c.exe %tree%
+.\run_one.exe run cl.cpp 60 like=host.c scratch\cl_cpp.exe %tree%
+.\run_one.exe run cl.failing_build 60 "contains=3 builds failed as they should" scratch\cl_failing_build.exe
 goto :eof
 
 :cl
 set name=%1
-run_one run compile.%name% 300 cl.exe /nologo /utf-8 /I %include_folder% %2 %3 %4 %5 %6 %7 %8 %9
+.\run_one.exe run compile.%name% 300 cl.exe /nologo /utf-8 /I %include_folder% %2 %3 %4 %5 %6 %7 %8 %9
 goto :eof
 
 rem Visual Studio keeps its compiler off the PATH, but tells where it is.
@@ -43,7 +46,9 @@ rem Visual Studio keeps its compiler off the PATH, but tells where it is.
 set installer=%ProgramFiles(x86)%\Microsoft Visual Studio\Installer
 if not exist "%installer%\vswhere.exe" goto :eof
 pushd "%installer%"
-for /f "delims=" %%s in ('vswhere.exe -latest -products * -property installationPath') do set studio=%%s
+for /f "delims=" %%s in ('.\vswhere.exe -latest -products * -property installationPath') do set studio=%%s
 popd
 if exist "%studio%\VC\Auxiliary\Build\vcvars64.bat" call "%studio%\VC\Auxiliary\Build\vcvars64.bat" >nul
+rem It may have gone elsewhere.
+cd /d "%~dp0"
 goto :eof

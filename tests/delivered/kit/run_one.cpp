@@ -35,8 +35,12 @@ void tell(const std::string& line) {
     std::cout << line << std::endl;
 }
 
-void passed(const std::string& name) {
+// With what the program notes about the machine.
+void passed(const std::string& name, const Lines& said) {
     tell("passed  " + name);
+    for (const std::string& text : said) {
+        if (text.starts_with("note: ")) tell("        " + text);
+    }
 }
 void skipped(const std::string& name, const std::string& reason) {
     tell("skipped " + name + ": " + reason);
@@ -184,10 +188,7 @@ void judge_tests(const std::string& program, const Lines& lines, const End& end,
         } else if (running.empty()) {
             continue;
         } else if (!named(line, "[       OK ] ").empty()) {
-            passed(program + " " + running);
-            for (const std::string& text : said) {
-                if (text.starts_with("note: ")) tell("        " + text);
-            }
+            passed(program + " " + running, said);
             running.clear();
         } else if (!named(line, "[  SKIPPED ] ").empty()) {
             skipped(program + " " + running, reason_in(said));
@@ -252,7 +253,7 @@ int run_and_judge(const std::vector<std::wstring>& words) {
     } else if (!like.empty() && results_of(name) != results_of(like)) {
         failed(name, "gave other results than " + like, lines);
     } else {
-        passed(name);
+        passed(name, lines);
     }
     return 0;
 }

@@ -18,6 +18,11 @@ for file in run.cmd compile.cmd; do
     [[ $(grep -c $'\r$' $file) -eq $(wc -l <$file) ]] || complain "$file has plain line feeds"
 done
 
+# Windows can be told to look for programs on the PATH only, as `NoDefaultCurrentDirectoryInExePath`.
+if grep -nE '(^|[^.\\a-z])(run_one|call [a-z]+\.cmd)' run.cmd compile.cmd; then
+    complain "a program of the kit is named without its folder"
+fi
+
 # ---- A good kit ----------------------------------------------------------------------------------
 
 run_kit || complain "run.cmd failed"
@@ -50,6 +55,16 @@ last=$(tail -1 report.txt)
     complain "the last line is: $last"
 [[ $(tail -1 ../out.txt | tr -d '\r') == "$last" ]] || complain "the last line is not the screen's"
 [[ $failures -eq 0 ]] || { cat ../out.txt; exit 1; }
+
+# The host that only Microsoft's compiler can mark for shadow stacks, as it runs without the mark.
+x86_64-w64-mingw32-gcc -Wall -Wextra -Werror -D_WIN32_WINNT=0x0A00 -Ipackage/include \
+    compile/failing_build.c -Lpackage/lib -lsystem_search -o scratch/failing_build.exe
+cp package/bin/system_search.dll scratch
+"$SS_WINE" run_one.exe run failing_build 60 "contains=3 builds failed as they should" \
+    'scratch\failing_build.exe' >/dev/null
+tr -d '\r' <report.txt >report && mv report report.txt
+says 'passed  failing_build'
+says ' {8}note: user shadow stacks are .*'
 
 # ---- A bad one -----------------------------------------------------------------------------------
 
