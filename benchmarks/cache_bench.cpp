@@ -140,8 +140,9 @@ void fill(const Corpus& corpus, Fixture& fixture) {
 }
 
 void save(Fixture& fixture) {
-    const CacheWriteResult result = write_index_cache(
-        fixture.cache, fixture.temporary, {fixture.index, kScope, 0, 0}, fixture.cancel);
+    TemporaryFile temporary(fixture.cache, /*owner=*/1);
+    const CacheWriteResult result =
+        write_index_cache(temporary, {fixture.index, kScope, 0, 0}, fixture.cancel);
     require(result == CacheWriteResult::kReplaced, "the save failed");
 }
 

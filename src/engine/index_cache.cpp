@@ -1,6 +1,5 @@
 #include "engine/index_cache.hpp"
 
-#include <charconv>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -8,30 +7,12 @@
 #include "common/text.hpp"
 #include "index/cache_reader.hpp"
 #include "index/cache_writer.hpp"
-#include "index/file_retry.hpp"
+#include "index/temporary_file.hpp"
 
 namespace system_search {
 namespace {
 
 constexpr std::string_view kSaveFailed = "Index is usable, but its cache could not be saved.";
-
-template <typename Number>
-void append_decimal(std::u16string& text, Number number) {
-    char digits[24];
-    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    text.append(digits, end);
-}
-
-// Two engines that save to one path, and two saves of one engine, never share a temporary file.
-std::u16string temporary_path(const std::u16string& cache_path, const Engine& engine) {
-    std::u16string path = cache_path;
-    path += u'.';
-    append_decimal(path, platform::monotonic_nanoseconds());
-    path += u'.';
-    append_decimal(path, reinterpret_cast<std::uintptr_t>(&engine));
-    path += u".tmp";
-    return path;
-}
 
 }  // namespace
 
@@ -59,19 +40,19 @@ bool load_index_cache(Engine& engine, std::string_view scope,
 void save_index_cache(Engine& engine, const Index& index, std::string_view scope,
                       std::string_view cache_path) {
     if (cache_path.empty() || engine.cancel.load()) return;
-    const std::u16string path = wide_from_utf8(cache_path);
-    const std::u16string temporary = temporary_path(path, engine);
+    TemporaryFile temporary(wide_from_utf8(cache_path), reinterpret_cast<std::uintptr_t>(&engine));
 
     const CacheContents contents{index, scope, engine.skipped.load(), engine.limited.load()};
     CacheWriteResult result = CacheWriteResult::kWriteFailed;
     try {
-        result = write_index_cache(path, temporary, contents, engine.cancel);
+        result = write_index_cache(temporary, contents, engine.cancel);
     } catch (...) {
         // Memory ran out: a failure like any other.
     }
-    if (result == CacheWriteResult::kReplaced) return;
-    if (result != CacheWriteResult::kCancelled) set_error(engine, kSaveFailed);
-    remove_with_retries(temporary.c_str(), engine.cancel);
+    const bool failed =
+        result != CacheWriteResult::kReplaced && result != CacheWriteResult::kCancelled;
+    // The text comes first: what is left of the temporary file may take its time to remove.
+    if (failed) set_error(engine, kSaveFailed);
 }
 
 }  // namespace system_search

@@ -8,7 +8,6 @@
 #include "common/bytes.hpp"
 #include "common/path.hpp"
 #include "index/cache_format.hpp"
-#include "index/file_retry.hpp"
 #include "index/signature.hpp"
 #include "platform/platform.hpp"
 
@@ -53,9 +52,10 @@ bool create_folders(std::u16string path) {
 // A buffered stream into one file. The first failure sticks and everything after it is dropped.
 class Output {
 public:
-    explicit Output(const std::u16string& path)
-        : buffer_(std::make_unique_for_overwrite<char[]>(kCachePieceBytes + kTextPadding)) {
-        failed_ = file_.create(path.c_str()) != platform::kSuccess;
+    explicit Output(TemporaryFile& temporary)
+        : file_(temporary.file()),
+          buffer_(std::make_unique_for_overwrite<char[]>(kCachePieceBytes + kTextPadding)) {
+        failed_ = temporary.create() != platform::kSuccess;
     }
 
     bool failed() const { return failed_; }
@@ -96,8 +96,6 @@ public:
         if (!failed_) failed_ = file_.flush() != platform::kSuccess;
     }
 
-    void close() { file_.close(); }
-
 private:
     // Whole vectors, with kTextPadding bytes behind both texts: most folders take a few of them,
     // and a call of memcpy for each costs as much again as the copying.
@@ -120,7 +118,7 @@ private:
         used_ += bytes.size();
     }
 
-    platform::File file_;
+    platform::File& file_;
     std::unique_ptr<char[]> buffer_;
     std::size_t used_ = 0;
     bool failed_ = false;
@@ -164,34 +162,32 @@ void write_contents(const CacheContents& contents, const std::atomic<bool>& canc
     }
 }
 
-}  // namespace
-
-CacheWriteResult write_index_cache(const std::u16string& cache_path,
-                                   const std::u16string& temporary_path,
-                                   const CacheContents& contents, const std::atomic<bool>& cancel) {
-    const std::u16string_view folder = parent_path(cache_path);
-    if (!folder.empty() && !create_folders(std::u16string(folder))) {
-        return CacheWriteResult::kFolderFailed;
-    }
-
-    Output output(temporary_path);
+// False when not all of it could be written, whether or not a cancel request came as well.
+bool write_file(TemporaryFile& temporary, const CacheContents& contents,
+                const std::atomic<bool>& cancel) {
+    Output output(temporary);
     write_contents(contents, cancel, output);
     output.flush();
     if (!cancel.load()) output.flush_to_disk();
-    // What only the closing reports is not looked at: every byte was taken by then.
-    const bool failed = output.failed();
-    output.close();
-    // A failure wins over a cancel request that came with it.
-    if (failed) return CacheWriteResult::kWriteFailed;
-    if (cancel.load()) return CacheWriteResult::kCancelled;
+    return !output.failed();
+}
 
-    const platform::Error error =
-        replace_with_retries(temporary_path.c_str(), cache_path.c_str(), cancel);
-    if (error == platform::kSuccess) return CacheWriteResult::kReplaced;
-    // Waiting given up, or the call itself ended, because of a cancel request: nothing has failed.
-    const bool given_up = may_pass(error) || error == platform::kOperationAborted;
-    return cancel.load() && given_up ? CacheWriteResult::kCancelled
-                                     : CacheWriteResult::kReplaceFailed;
+}  // namespace
+
+CacheWriteResult write_index_cache(TemporaryFile& temporary, const CacheContents& contents,
+                                   const std::atomic<bool>& cancel) {
+    const std::u16string_view folder = parent_path(temporary.cache_path());
+    if (!folder.empty() && !create_folders(std::u16string(folder))) {
+        return CacheWriteResult::kFolderFailed;
+    }
+    const bool written = write_file(temporary, contents, cancel);
+    // What only the closing reports is not looked at: every byte was taken by then.
+    temporary.file().close();
+    if (!written) return CacheWriteResult::kWriteFailed;
+    if (cancel.load()) return CacheWriteResult::kCancelled;
+    const platform::Error error = temporary.replace_cache(cancel);
+    return error == platform::kSuccess ? CacheWriteResult::kReplaced
+                                       : CacheWriteResult::kReplaceFailed;
 }
 
 }  // namespace system_search

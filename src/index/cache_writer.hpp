@@ -1,8 +1,7 @@
 // Writes an Index into a temporary file and moves it onto the cache file.
 //
 // The cache file is never written in place: a reader sees the old one or the new one, whole, and so
-// does the next start after a power cut. The caller names the temporary file and removes it after
-// every result but kReplaced.
+// does the next start after a power cut.
 #pragma once
 
 #include <atomic>
@@ -12,6 +11,7 @@
 #include <string_view>
 
 #include "index/index.hpp"
+#include "index/temporary_file.hpp"
 
 namespace system_search {
 
@@ -36,10 +36,10 @@ struct CacheContents {
 };
 
 // Creates the cache file's folder, with every missing one above it, first. `cancel` is looked at
-// before each shard, before the replacement and while that waits for others to close the file. The
-// temporary file is closed when this returns. Build thread only. Throws std::bad_alloc.
-CacheWriteResult write_index_cache(const std::u16string& cache_path,
-                                   const std::u16string& temporary_path,
-                                   const CacheContents& contents, const std::atomic<bool>& cancel);
+// before each shard, before the replacement and while that waits for others to close the file: once
+// a replacement was refused it has failed, although only a cancel request kept it from being tried
+// again. The temporary file is closed when this returns. Build thread only. Throws std::bad_alloc.
+CacheWriteResult write_index_cache(TemporaryFile& temporary, const CacheContents& contents,
+                                   const std::atomic<bool>& cancel);
 
 }  // namespace system_search

@@ -370,10 +370,11 @@ std::int64_t monotonic_nanoseconds() noexcept {
         return volume().clock;
     }
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() +
+           static_cast<std::int64_t>(volume().slept_milliseconds) * 1'000'000;
 }
 
-// Nobody waits for it: the clock moves instead, when it is a frozen one.
+// Nobody waits for it: the clock moves instead.
 void sleep(std::uint32_t milliseconds) noexcept {
     const Quiet quiet;
     static_cast<void>(enter_call(kSleep));

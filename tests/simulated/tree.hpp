@@ -95,7 +95,7 @@ struct Volume {
     bool partial_writes = false;
     std::int64_t clock = 0;  // while it is frozen
     std::atomic<bool> clock_is_frozen{false};
-    std::uint64_t slept_milliseconds = 0;
+    std::atomic<std::uint64_t> slept_milliseconds{0};
 
     std::atomic<std::uint64_t> open_enumerations{0};
     std::atomic<std::uint64_t> most_open_enumerations{0};

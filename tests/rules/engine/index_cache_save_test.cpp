@@ -143,6 +143,7 @@ TEST_F(IndexCacheSave, each_platform_call_that_fails_leaves_the_old_cache_alone)
 
 TEST_F(IndexCacheSave, a_removal_that_fails_is_not_looked_at) {
     for (const bool cancelled : {false, true}) {
+        simulated::freeze_clock(cancelled ? 2 : 1);
         set_error(engine, "");
         simulated::fail_platform_call(1, platform::kAccessDenied, simulated::kRemoveFile,
                                       kFromNowOn);
@@ -152,7 +153,7 @@ TEST_F(IndexCacheSave, a_removal_that_fails_is_not_looked_at) {
             simulated::fail_platform_call(1, platform::kDiskFull, simulated::kWriteFile);
         }
         save();
-        EXPECT_EQ(simulated::platform_calls(simulated::kRemoveFile), cancelled ? 1u : 11u);
+        EXPECT_EQ(simulated::platform_calls(simulated::kRemoveFile), 16u);
         simulated::forget_call_plans();
         EXPECT_EQ(error_of(engine), cancelled ? "" : kNotSaved);
         EXPECT_EQ(written(), "the old cache");
@@ -179,6 +180,41 @@ TEST_F(IndexCacheSave, a_cancel_request_anywhere_leaves_the_old_cache_alone) {
         EXPECT_EQ(error_of(engine), "");
         expect_old_cache_alone();
     }
+}
+
+TEST_F(IndexCacheSave, a_cancelled_save_removes_its_file_as_patiently_as_any) {
+    for (const platform::Error error :
+         {platform::kAccessDenied, platform::kSharingViolation, platform::kOperationAborted}) {
+        engine.cancel = false;
+        simulated::on_platform_call(1, simulated::kWriteFile, [this] { engine.cancel = true; });
+        simulated::fail_platform_call(1, error, simulated::kRemoveFile, /*times=*/10);
+        save();
+        simulated::forget_call_plans();
+        EXPECT_EQ(error_of(engine), "");
+        expect_old_cache_alone();
+    }
+}
+
+TEST_F(IndexCacheSave, a_cancel_request_after_a_refused_replacement_hides_no_failure) {
+    simulated::fail_platform_call(1, platform::kSharingViolation, simulated::kReplaceFile,
+                                  kFromNowOn);
+    simulated::on_platform_call(1, simulated::kSleep, [this] { engine.cancel = true; });
+    save();
+    EXPECT_EQ(error_of(engine), kNotSaved);
+    expect_old_cache_alone();
+}
+
+TEST_F(IndexCacheSave, what_could_not_be_created_is_not_removed) {
+    const std::uint32_t calls = simulated::kCreateFile;
+    simulated::fail_platform_call(1, platform::kAccessDenied, calls);
+    save();
+    EXPECT_EQ(simulated::platform_calls(simulated::kRemoveFile), 0u);
+    simulated::forget_call_plans();
+    // An ended call may have created it.
+    simulated::fail_platform_call(1, platform::kOperationAborted, calls);
+    save();
+    EXPECT_EQ(simulated::platform_calls(simulated::kRemoveFile), 1u);
+    expect_old_cache_alone();
 }
 
 TEST_F(IndexCacheSave, a_failure_wins_over_a_cancel_request) {

@@ -43,11 +43,10 @@ TEST_F(CacheCancelTest, a_save_writes_whole_shards_only) {
     simulated::add_folder(u"C:\\cache");
     std::atomic<bool> cancel{false};
     simulated::on_platform_call(2, simulated::kWriteFile, [&] { cancel = true; });
-    EXPECT_EQ(
-        write_index_cache(u"C:\\cache\\index", u"C:\\cache\\temporary", {index, "C:/"}, cancel),
-        CacheWriteResult::kCancelled);
+    TemporaryFile temporary(u"C:\\cache\\index", /*owner=*/1);
+    EXPECT_EQ(write_index_cache(temporary, {index, "C:/"}, cancel), CacheWriteResult::kCancelled);
 
-    const std::size_t written = simulated::read_file(u"C:\\cache\\temporary").size();
+    const std::size_t written = simulated::read_file(temporary.path()).size();
     std::size_t shard_end = CacheBytes().header("C:/", 480'000).str().size();
     for (std::size_t i = 0; i < entries.size() && shard_end < written; ++i) {
         shard_end += 4 + entries[i].path.size() + 4;

@@ -15,9 +15,9 @@ TEST_F(CacheDeviceTest, device_prefix_leads_to_the_same_folders) {
     const std::atomic<bool> cancel{false};
     for (const std::u16string prefix : {u"\\\\?\\C:", u"\\\\.\\C:", u"\\??\\C:"}) {
         for (const char16_t* const name : {u"\\index", u"\\new\\folder\\index"}) {
-            EXPECT_EQ(
-                write_index_cache(prefix + name, prefix + name + u".tmp", {index, ""}, cancel),
-                CacheWriteResult::kReplaced);
+            TemporaryFile temporary(prefix + name, /*owner=*/1);
+            EXPECT_EQ(write_index_cache(temporary, {index, ""}, cancel),
+                      CacheWriteResult::kReplaced);
             const std::u16string plain = u"C:" + std::u16string(name);
             EXPECT_TRUE(simulated::exists(plain));
             simulated::remove_tree(plain);

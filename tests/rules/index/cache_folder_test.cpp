@@ -15,9 +15,9 @@ TEST_F(CacheFolderTest, no_folder_is_created_where_it_cannot_be_told_what_is_mis
     const std::atomic<bool> cancel{false};
     for (const platform::Error error : {platform::kAccessDenied, platform::kCannotAccessFile}) {
         simulated::fail_platform_call(1, error, simulated::kStatus);
-        EXPECT_EQ(
-            write_index_cache(u"C:\\cache\\index", u"C:\\cache\\temporary", {index, ""}, cancel),
-            CacheWriteResult::kFolderFailed);
+        TemporaryFile temporary(u"C:\\cache\\index", /*owner=*/1);
+        EXPECT_EQ(write_index_cache(temporary, {index, ""}, cancel),
+                  CacheWriteResult::kFolderFailed);
         EXPECT_EQ(simulated::platform_calls(simulated::kCreateFolder), 0u);
         EXPECT_FALSE(simulated::exists(u"C:\\cache"));
         simulated::forget_call_plans();

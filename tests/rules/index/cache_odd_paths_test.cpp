@@ -15,8 +15,8 @@ protected:
         const std::string bytes = cache_bytes("C:/", entries, 1, 0);
         ASSERT_EQ(read(bytes), kComplete);
         EXPECT_EQ(entries_of(*cached.index), entries);
-        ASSERT_EQ(write_index_cache(u"C:\\cache\\again", u"C:\\cache\\temporary",
-                                    {*cached.index, "C:/", 1, 0}, cancel),
+        TemporaryFile temporary(u"C:\\cache\\again", /*owner=*/1);
+        ASSERT_EQ(write_index_cache(temporary, {*cached.index, "C:/", 1, 0}, cancel),
                   CacheWriteResult::kReplaced);
         EXPECT_TRUE(simulated::read_file(u"C:\\cache\\again") == bytes);
 

@@ -25,9 +25,15 @@ protected:
     }
     CacheWriteResult write(std::string_view scope = "C:/", std::uint32_t skipped = 0,
                            std::uint32_t limited = 0) {
-        simulated::remove_tree(temporary_path);  // what the last one may have left
-        return write_index_cache(cache_path, temporary_path, {index, scope, skipped, limited},
-                                 cancel);
+        return write(index, scope, skipped, limited);
+    }
+    CacheWriteResult write(const Index& finished, std::string_view scope,
+                           std::uint32_t skipped = 0, std::uint32_t limited = 0) {
+        temporary.reset();
+        simulated::freeze_clock(1);
+        temporary.emplace(cache_path, /*owner=*/2);
+        EXPECT_EQ(temporary->path(), temporary_path);
+        return write_index_cache(*temporary, {finished, scope, skipped, limited}, cancel);
     }
     std::string written() { return simulated::read_file(cache_path); }
     // A finished index that takes several writes.
@@ -47,6 +53,7 @@ protected:
     std::vector<PathAndKind> entries;
     std::string expected;
     std::atomic<bool> cancel{false};
+    std::optional<TemporaryFile> temporary;  // of the last write; removed with this
 };
 
 // ---- The bytes ----------------------------------------------------------------------------------
@@ -83,8 +90,7 @@ TEST_F(CacheWriter, writes_the_shards_in_order) {
         Index numbered;
         entries = sample_entries(count);
         fill(numbered, entries);
-        ASSERT_EQ(write_index_cache(cache_path, temporary_path, {numbered, "C:/", 0, 0}, cancel),
-                  kReplaced);
+        ASSERT_EQ(write(numbered, "C:/"), kReplaced);
         EXPECT_EQ(written(), cache_bytes("C:/", entries)) << count;
     }
 }
@@ -148,9 +154,7 @@ TEST_F(CacheWriter, what_was_written_is_read_back_and_written_again_alike) {
     ASSERT_EQ(read_index_cache(file, "C:/", cancel, cached), CacheReadResult::kComplete);
     file.close();
     EXPECT_EQ(entries_of(*cached.index), entries);
-    ASSERT_EQ(write_index_cache(cache_path, temporary_path,
-                                {*cached.index, "C:/", cached.skipped, cached.limited}, cancel),
-              kReplaced);
+    ASSERT_EQ(write(*cached.index, "C:/", cached.skipped, cached.limited), kReplaced);
     EXPECT_EQ(written(), first);
 }
 
@@ -159,7 +163,8 @@ TEST_F(CacheWriter, what_was_written_is_read_back_and_written_again_alike) {
 class CacheFolder : public CacheWriter {
 protected:
     CacheWriteResult write_to(const std::u16string& path) {
-        return write_index_cache(path, path + u".1.2.tmp", {index, "C:/", 0, 0}, cancel);
+        TemporaryFile beside(path, /*owner=*/2);
+        return write_index_cache(beside, {index, "C:/", 0, 0}, cancel);
     }
 };
 
@@ -348,8 +353,9 @@ TEST_F(CacheWriter, what_is_already_there_under_the_temporary_name_is_left_alone
     keep_old_cache();
     simulated::write_file(u"C:\\cache\\elsewhere", "precious");
     simulated::add_file_symlink(temporary_path, u"C:\\cache\\elsewhere");
-    EXPECT_EQ(write_index_cache(cache_path, temporary_path, {index, "C:/", 0, 0}, cancel),
-              kWriteFailed);
+    EXPECT_EQ(write(), kWriteFailed);
+    temporary.reset();
+    EXPECT_TRUE(simulated::exists(temporary_path)) << "what somebody else has made was removed";
     EXPECT_EQ(simulated::read_file(u"C:\\cache\\elsewhere"), "precious");
     expect_old_cache();
 }
@@ -454,23 +460,26 @@ TEST_F(CacheWriter, a_cancel_request_during_the_last_write_keeps_the_old_cache) 
     }
 }
 
-TEST_F(CacheWriter, a_cancel_request_while_the_replacement_waits_is_no_failure) {
+// Whoever cancels is told all the same that the cache was not saved: only a request that came
+// before the first attempt left it untried.
+TEST_F(CacheWriter, a_replacement_that_was_refused_has_failed_though_a_cancel_ends_its_retries) {
     keep_old_cache();
     simulated::fail_platform_call(1, platform::kSharingViolation, simulated::kReplaceFile,
                                   kFromNowOn);
     simulated::on_platform_call(3, simulated::kSleep, [this] { cancel = true; });
-    EXPECT_EQ(write(), kCancelled);
+    EXPECT_EQ(write(), kReplaceFailed);
     EXPECT_EQ(simulated::platform_calls(simulated::kReplaceFile), 3u);
     expect_old_cache();
 }
 
-TEST_F(CacheWriter, a_replacement_that_was_ended_is_a_cancel_and_any_other_error_a_failure) {
+TEST_F(CacheWriter, a_replacement_that_was_ended_has_failed) {
     keep_old_cache();
     for (const platform::Error error : {platform::kOperationAborted, platform::kDiskFull}) {
         cancel = false;
         simulated::fail_platform_call(1, error, simulated::kReplaceFile);
         simulated::on_platform_call(1, simulated::kReplaceFile, [this] { cancel = true; });
-        EXPECT_EQ(write(), error == platform::kDiskFull ? kReplaceFailed : kCancelled);
+        EXPECT_EQ(write(), kReplaceFailed);
+        EXPECT_EQ(simulated::platform_calls(simulated::kReplaceFile), 1u) << "tried again";
         simulated::forget_call_plans();
         expect_old_cache();
     }
@@ -505,7 +514,8 @@ TEST_F(CacheWriter, memory_that_runs_out_leaves_the_old_cache) {
         keep_old_cache();
         const std::u16string path = u"C:\\cache\\a\\b\\index";
         const auto result = simulated::with_failing_allocation(nth, [&] {
-            return write_index_cache(path, temporary_path, {index, "C:/", 0, 0}, cancel);
+            TemporaryFile beside(path, /*owner=*/2);
+            return write_index_cache(beside, {index, "C:/", 0, 0}, cancel);
         });
         if (!AllocationFault::hit()) {
             EXPECT_EQ(result, kReplaced);

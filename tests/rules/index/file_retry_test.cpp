@@ -24,14 +24,14 @@ protected:
         simulated::freeze_clock(0);
     }
     platform::Error replace() { return replace_with_retries(u"C:\\new", u"C:\\old", cancel); }
-    platform::Error remove() { return remove_with_retries(u"C:\\old", cancel); }
+    static void remove() { remove_with_retries(u"C:\\old"); }
 
     std::atomic<bool> cancel{false};
 };
 
 TEST_F(FileRetry, nothing_is_waited_for_when_all_is_well) {
     EXPECT_EQ(replace(), platform::kSuccess);
-    EXPECT_EQ(remove(), platform::kSuccess);
+    remove();
     EXPECT_EQ(simulated::slept_milliseconds(), 0u);
     EXPECT_FALSE(simulated::exists(u"C:\\old"));
 }
@@ -45,7 +45,7 @@ TEST_F(FileRetry, an_error_that_passes_is_waited_out) {
         simulated::forget_call_plans();
         EXPECT_EQ(simulated::read_file(u"C:\\old"), "new");
         simulated::fail_platform_call(1, error, kRemoveFile, 3);
-        EXPECT_EQ(remove(), platform::kSuccess);
+        remove();
         simulated::forget_call_plans();
         EXPECT_FALSE(simulated::exists(u"C:\\old"));
     }
@@ -76,7 +76,7 @@ TEST_F(FileRetry, other_errors_are_final) {
                                         platform::kDiskFull, platform::Error{1117}}) {
         simulated::fail_platform_call(1, error, kReplaceFile | kRemoveFile, kFromNowOn);
         EXPECT_EQ(replace(), error);
-        EXPECT_EQ(remove(), error);
+        remove();
         EXPECT_EQ(simulated::platform_calls(kReplaceFile | kRemoveFile), 2u);
         simulated::forget_call_plans();
     }
@@ -103,27 +103,35 @@ TEST_F(FileRetry, cancel_ends_a_pause_within_twenty_milliseconds) {
     }
 }
 
-TEST_F(FileRetry, cancelled_removal_is_tried_once) {
-    cancel = true;
-    simulated::fail_platform_call(1, platform::kSharingViolation, kRemoveFile, kFromNowOn);
-    EXPECT_EQ(remove(), platform::kSharingViolation);
-    EXPECT_EQ(simulated::platform_calls(kRemoveFile), 1u);
-    simulated::forget_call_plans();
-    EXPECT_EQ(remove(), platform::kSuccess);
-}
+// ---- The removal --------------------------------------------------------------------------------
 
-TEST_F(FileRetry, removal_that_a_join_ended_is_made_all_the_same) {
-    cancel = true;
-    simulated::fail_platform_call(1, platform::kOperationAborted, kRemoveFile, 9);
-    EXPECT_EQ(remove(), platform::kSuccess);
+TEST_F(FileRetry, removal_is_tried_for_two_seconds) {
+    for (const platform::Error error :
+         {platform::kAccessDenied, platform::kSharingViolation, platform::kLockViolation,
+          platform::kOperationAborted}) {
+        simulated::freeze_clock(0);
+        std::vector<std::int64_t> attempts;
+        const auto note = [&] {
+            attempts.push_back(platform::monotonic_nanoseconds() / 1'000'000);
+        };
+        simulated::on_platform_call(1, kRemoveFile, note, kFromNowOn);
+        simulated::fail_platform_call(1, error, kRemoveFile, kFromNowOn);
+        remove();
+        EXPECT_EQ(attempts, (std::vector<std::int64_t>{0, 1, 3, 7, 15, 31, 63, 127, 255, 511, 767,
+                                                       1023, 1279, 1535, 1791, 2047}))
+            << error;
+        simulated::forget_call_plans();
+    }
+    EXPECT_TRUE(simulated::exists(u"C:\\old"));
+    remove();
     EXPECT_FALSE(simulated::exists(u"C:\\old"));
 }
 
-TEST_F(FileRetry, removal_that_never_answers_is_given_up) {
-    cancel = true;
+TEST_F(FileRetry, time_that_ended_attempts_took_counts) {
+    simulated::on_platform_call(1, kRemoveFile, [] { platform::sleep(500); }, kFromNowOn);
     simulated::fail_platform_call(1, platform::kOperationAborted, kRemoveFile, kFromNowOn);
-    EXPECT_EQ(remove(), platform::kOperationAborted);
-    EXPECT_EQ(simulated::platform_calls(kRemoveFile), 10u);
+    remove();
+    EXPECT_EQ(simulated::platform_calls(kRemoveFile), 4u);
 }
 
 }  // namespace
