@@ -107,7 +107,8 @@ public:
     Enumeration& operator=(const Enumeration&) = delete;
     ~Enumeration() { close(); }
 
-    // Opens `folder`, a found path, and reads its first child. kNoMoreFiles: the folder is empty.
+    // Opens `folder`, a found path, and reads its first child. kNoMoreFiles: the folder is empty,
+    // or the root of an empty volume, which the system itself reports as not found.
     // After any error the enumeration is closed. Throws std::bad_alloc.
     Error open(const std::u16string& folder, Child& first);
     // Reads the next child. kNoMoreFiles: there is none.
@@ -178,7 +179,7 @@ public:
     Error read(void* buffer, std::size_t bytes, std::size_t& got) noexcept;
     // Writes all of `bytes` or fails.
     Error write(const void* buffer, std::size_t bytes) noexcept;
-    // Returns when everything written so far is on the disk.
+    // Returns when everything written so far is on the disk, as far as the disk knows how.
     Error flush() noexcept;
     Error size(std::uint64_t& bytes) noexcept;
     Error close() noexcept;

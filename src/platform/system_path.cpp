@@ -10,10 +10,11 @@ constexpr bool is_separator(char16_t unit) {
     return unit == u'\\' || unit == u'/';
 }
 
+constexpr bool is_letter(char16_t unit) {
+    return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
+}
+
 constexpr bool has_drive_root(std::u16string_view path) {
-    const auto is_letter = [](char16_t unit) {
-        return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
-    };
     return path.size() >= 3 && is_letter(path[0]) && path[1] == u':' && is_separator(path[2]);
 }
 
@@ -76,6 +77,25 @@ bool is_device_name(std::u16string_view component) {
     return equals_folded(name, u"conin$") || equals_folded(name, u"conout$");
 }
 
+// "C:" or "Volume{...}", as they stand behind a device prefix.
+bool is_volume_name(std::u16string_view name) {
+    if (name.size() == 2) return is_letter(name[0]) && name[1] == u':';
+    constexpr std::u16string_view kGuid = u"volume{";
+    return name.size() > kGuid.size() && equals_folded(name.substr(0, kGuid.size()), kGuid) &&
+           name.ends_with(u'}');
+}
+
+// Where `names` components from `at` on end, with the separator behind them; npos when there are
+// not so many.
+std::size_t end_of_names(std::u16string_view path, std::size_t at, int names) {
+    for (; names > 0; --names) {
+        const std::size_t end = end_of_component(path, at);
+        if (end <= at) return path.npos;
+        at = end + 1;
+    }
+    return at;
+}
+
 }  // namespace
 
 bool has_device_prefix(std::u16string_view path) noexcept {
@@ -93,6 +113,23 @@ bool is_read_as_written(std::u16string_view path) noexcept {
         at = end + 1;
     }
     return true;
+}
+
+bool is_volume_root(std::u16string_view path) noexcept {
+    std::size_t end = path.npos;
+    if (has_device_prefix(path)) {
+        const std::u16string_view first = path.substr(4, end_of_component(path, 4) - 4);
+        if (equals_folded(first, u"unc")) {
+            end = end_of_names(path, 4, 3);
+        } else if (is_volume_name(first)) {
+            end = end_of_names(path, 4, 1);
+        }
+    } else if (has_two_separators(path)) {
+        end = end_of_names(path, 2, 2);
+    } else if (has_drive_root(path)) {
+        end = 3;
+    }
+    return end != path.npos && end >= path.size();
 }
 
 bool has_literal_form(std::u16string_view path) noexcept {

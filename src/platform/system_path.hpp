@@ -29,6 +29,10 @@ constexpr bool is_long_path(std::u16string_view path) {
 // at the end may be), ends in a dot or a blank, or is a device's name.
 [[nodiscard]] bool is_read_as_written(std::u16string_view path) noexcept;
 
+// Whether the path is the root of a drive, a share or a volume, in whatever spelling: nothing but
+// that, and at most a separator behind it (which a drive without a device prefix needs).
+[[nodiscard]] bool is_volume_root(std::u16string_view path) noexcept;
+
 // Whether the path has a literal form: it begins with a drive and a separator, with a server, or is
 // a literal one already, in whatever separators. Other device prefixes and relative paths have
 // none.

@@ -71,6 +71,27 @@ Error skip_dots(HANDLE search, WIN32_FIND_DATAW& found, Child& child) {
 
 }  // namespace
 
+namespace {
+
+// How some old redirectors and file systems refuse what they do not know, and FAT some names.
+bool is_refused_extra(Error error) {
+    return error == ERROR_INVALID_PARAMETER || error == ERROR_NOT_SUPPORTED ||
+           error == ERROR_NO_UNICODE_TRANSLATION;
+}
+
+// Null: failed, with the system's last error. The basic level leaves out the short names, which
+// cost the system a lookup for each child; the large fetch brings more children a round trip.
+void* find_first(const SystemPath& pattern, WIN32_FIND_DATAW& found) {
+    void* const search = handle_or_null(
+        FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &found, FindExSearchNameMatch, nullptr,
+                         FIND_FIRST_EX_LARGE_FETCH));
+    if (search != nullptr || !is_refused_extra(last_error())) return search;
+    return handle_or_null(FindFirstFileExW(pattern.c_str(), FindExInfoStandard, &found,
+                                           FindExSearchNameMatch, nullptr, 0));
+}
+
+}  // namespace
+
 Error Enumeration::open(const std::u16string& folder, Child& first) {
     close();
     std::u16string pattern;
@@ -81,13 +102,13 @@ Error Enumeration::open(const std::u16string& folder, Child& first) {
     const SystemPath path = SystemPath::found(pattern.c_str());
 
     WIN32_FIND_DATAW found;
-    // The basic level leaves out the short names, which cost the system a lookup per child.
-    HANDLE const search =
-        FindFirstFileExW(path.c_str(), FindExInfoBasic, &found, FindExSearchNameMatch, nullptr,
-                         FIND_FIRST_EX_LARGE_FETCH);
-    if (search == INVALID_HANDLE_VALUE) return last_error();
-    handle_ = search;
-    const Error error = skip_dots(search, found, first);
+    handle_ = find_first(path, found);
+    if (handle_ == nullptr) {
+        // The root of an empty volume has no "." and "..", which every other folder has.
+        const Error error = last_error();
+        return error == kFileNotFound && is_volume_root(folder) ? kNoMoreFiles : error;
+    }
+    const Error error = skip_dots(handle_, found, first);
     if (error != kSuccess) close();
     return error;
 }
@@ -242,7 +263,10 @@ Error File::write(const void* buffer, std::size_t bytes) noexcept {
 }
 
 Error File::flush() noexcept {
-    return result_of(FlushFileBuffers(handle_));
+    const Error error = result_of(FlushFileBuffers(handle_));
+    // Some virtual drives know no flushing; their writes are as safe as they get.
+    const bool is_unknown = error == ERROR_INVALID_FUNCTION || error == ERROR_NOT_SUPPORTED;
+    return is_unknown ? kSuccess : error;
 }
 
 Error File::size(std::uint64_t& bytes) noexcept {

@@ -29,6 +29,8 @@ struct Script {
     std::optional<DWORD> drives_result;
     SystemSearchEngine* destroyed_by_its_walk = nullptr;  // by the thread that opens a folder
     HANDLE may_destroy = nullptr;  // set when it may: after its start has returned
+    DWORD extras_error = 0;  // of FindFirstFileExW, asked for more than it could always do
+    std::set<std::wstring> bare_roots;  // patterns of empty volumes
     bool threads_start = true;
     bool joins_fail = false;
     bool slots_run_out = false;
@@ -135,6 +137,10 @@ inline HANDLE WINAPI find_first(const wchar_t* pattern, FINDEX_INFO_LEVELS level
         ss_destroy(script.destroyed_by_its_walk);
     }
     if (has_mark(pattern, L"mark unopenable")) return fail(script.open_error, INVALID_HANDLE_VALUE);
+    if (script.extras_error != 0 && (level != FindExInfoStandard || flags != 0)) {
+        return fail(script.extras_error, INVALID_HANDLE_VALUE);
+    }
+    if (script.bare_roots.contains(pattern)) return fail(DWORD{2}, INVALID_HANDLE_VALUE);
     HANDLE const handle = FindFirstFileExW(pattern, level, out, search, filter, flags);
     if (handle == INVALID_HANDLE_VALUE) return handle;
     auto& found = *static_cast<WIN32_FIND_DATAW*>(out);

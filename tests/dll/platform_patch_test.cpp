@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "dll/engine_host.hpp"
+#include "dll/host_query.hpp"
 #include "dll/import_table.hpp"
 #include "dll/patched_system.hpp"
 
@@ -361,6 +362,31 @@ TEST_F(PlatformPatchTest, thread_without_a_slot_for_its_text_gets_a_fixed_one) {
         script.slots_run_out = false;
         EXPECT_STREQ(ss_error(engine_), "");
     }).join();
+}
+
+// ---- Volumes that cannot do everything ----------------------------------------------------------
+
+TEST_F(PlatformPatchTest, folder_is_opened_plainly_where_more_is_refused) {
+    make_file("tree/a/f");
+    for (const DWORD error : {50u, 87u, 1113u}) {
+        script.extras_error = error;
+        EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 2, 0, 0, 0})) << error;
+    }
+    // Any other error is final, and one that the plain call meets is what counts.
+    script.extras_error = ERROR_ACCESS_DENIED;
+    EXPECT_EQ(build_tree(), (EngineStatus{SS_ENGINE_READY, 0, 1, 0, 0}));
+}
+
+TEST_F(PlatformPatchTest, root_of_an_empty_volume_is_an_empty_folder) {
+    script.bare_roots = {L"C:\\*", L"C:/*", L"//server/share\\*", L"\\\\?\\C:\\*"};
+    for (const char* scope : {"C:\\", "C:/", "\\\\?\\C:\\"}) {
+        EXPECT_EQ(build(scope), (EngineStatus{SS_ENGINE_READY, 0, 0, 0, 0})) << scope << error();
+    }
+    for (const char* folder : {"C:\\", "C:/", "//server/share"}) {
+        const HostQuery listing(ss_query_directory(folder, "", 0, 0, 1));
+        EXPECT_EQ(listing.status().state, SS_QUERY_DONE) << folder;
+        EXPECT_EQ(listing.status().index_entries, 0u);
+    }
 }
 
 }  // namespace

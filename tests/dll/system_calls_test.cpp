@@ -100,6 +100,11 @@ BOOL WINAPI delete_reluctantly(const wchar_t* path) {
     }
     return DeleteFileW(path);
 }
+BOOL WINAPI cancel_at_write(HANDLE file, const void* from, DWORD bytes, DWORD* done,
+                            OVERLAPPED* at) {
+    ss_cancel(cancelled_at_refusal);
+    return WriteFile(file, from, bytes, done, at);
+}
 BOOL WINAPI refuse_move(const wchar_t*, const wchar_t*, DWORD) {
     SetLastError(ERROR_DISK_FULL);
     return FALSE;
@@ -211,8 +216,38 @@ TEST_F(SystemCalls, cancelled_build_does_not_try_again) {
     cancelled_at_refusal = engine_;
     EXPECT_EQ(build(path("tree"), path("c/index")).state, SS_ENGINE_CANCELLED);
     EXPECT_EQ(attempts, 1);
+    EXPECT_EQ(error(), kNotSaved) << "a replacement that was refused has failed";
+    EXPECT_EQ(names_in(scratch_ / "c"), std::vector<std::string>{});
+}
+
+TEST_F(SystemCalls, temporary_file_of_a_cancelled_build_goes_though_somebody_reads_it) {
+    HMODULE const library = GetModuleHandleW(L"system_search.dll");
+    const ImportPatch write(library, "WriteFile", &cancel_at_write);
+    const ImportPatch remove(library, "DeleteFileW", &delete_reluctantly);
+    ASSERT_TRUE(write.applied() && remove.applied());
+    make_file("tree/f");
+    make_folder("c");
+    refusal = ERROR_SHARING_VIOLATION;
+    refusals = 3;
+    cancelled_at_refusal = engine_;
+    EXPECT_EQ(build(path("tree"), path("c/index")).state, SS_ENGINE_CANCELLED);
+    EXPECT_EQ(removals, 4);
     EXPECT_EQ(error(), "");
     EXPECT_EQ(names_in(scratch_ / "c"), std::vector<std::string>{});
+}
+
+TEST_F(SystemCalls, disk_that_knows_no_flushing_is_saved_to_all_the_same) {
+    HMODULE const library = GetModuleHandleW(L"system_search.dll");
+    const ImportPatch flush(library, "FlushFileBuffers", &flush_step);
+    ASSERT_TRUE(flush.applied());
+    make_file("tree/f");
+    for (const DWORD error : {1u, 50u}) {
+        flush_error = error;
+        EXPECT_EQ(build(path("tree"), path("c/index"), 1).state, SS_ENGINE_READY);
+        EXPECT_EQ(this->error(), "") << error;
+        EXPECT_EQ(build(path("tree"), path("c/index")).from_cache, 1u);
+    }
+    EXPECT_EQ(steps, (std::vector<std::string>{"flush", "flush"}));
 }
 
 // Another program has the old cache open and lets nobody delete it: for a while, then for ever.

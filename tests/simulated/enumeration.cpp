@@ -4,6 +4,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "platform/system_path.hpp"
 #include "simulated/tree.hpp"
 
 namespace system_search::simulated {
@@ -130,6 +131,15 @@ namespace system_search::platform {
 
 using namespace simulated;
 
+namespace {
+
+// What the platform promises to make of an error of the system.
+Error promised(Error error, std::u16string_view folder) {
+    return error == kFileNotFound && is_volume_root(folder) ? kNoMoreFiles : error;
+}
+
+}  // namespace
+
 Error Enumeration::open(const std::u16string& folder, Child& first) {
     if (allocation_fails()) throw std::bad_alloc();
     const Quiet quiet;
@@ -137,6 +147,7 @@ Error Enumeration::open(const std::u16string& folder, Child& first) {
     if (const Error planned = enter_call(kOpenFolder)) return planned;
     answer_takes(&Latencies::open);
     auto opened = std::make_unique<OpenEnumeration>();
+    bool is_root = false;
     {
         const std::lock_guard lock(volume().mutex);
         Location found = locate(folder, /*follow_last_link=*/true);
@@ -146,7 +157,8 @@ Error Enumeration::open(const std::u16string& folder, Child& first) {
         if (found.node ? !found.node->is_folder() : !found.generated) return kInvalidDirectory;
         if (found.node) {
             const Node& node = *found.node;
-            if (const Error failure = fault(node, &NodeFaults::open)) return failure;
+            if (const Error failure = fault(node, &NodeFaults::open)) return promised(failure, folder);
+            is_root = node.parent == nullptr;
             opened->children = node.children;
             opened->count = node.children.size();
             opened->hooks = node.hooks;
@@ -160,7 +172,11 @@ Error Enumeration::open(const std::u16string& folder, Child& first) {
         opened->generated = std::move(found.generated);
     }
     if (opened->generated) opened->count = opened->generated->count();
-    if (const Error error = fill(*opened, first)) return error;
+    if (const Error error = fill(*opened, first)) {
+        // The system's own answer, for want of "." and "..".
+        const bool is_bare = is_root && error == kNoMoreFiles;
+        return promised(is_bare ? kFileNotFound : error, folder);
+    }
     handle_ = opened.release();
     const std::uint64_t now_open = volume().open_enumerations.fetch_add(1) + 1;
     std::uint64_t most = volume().most_open_enumerations;
