@@ -54,6 +54,9 @@ foreach(file IN LISTS test_files c_files)
   set_up_windows_test(dll.${name})
 endforeach()
 
+# A host whose threads have large stacks, unless they ask for others.
+target_link_options(library_threads_test PRIVATE -Wl,--stack,16777216)
+
 target_link_libraries(guide_test PRIVATE $<TARGET_NAME_IF_EXISTS:guide>)
 target_link_libraries(version_test PRIVATE version)
 target_compile_definitions(version_test PRIVATE SS_PROJECT_VERSION="${PROJECT_VERSION}")

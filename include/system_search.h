@@ -26,14 +26,18 @@
  *  5. Threads. Unless a function says otherwise, any thread may call it at any time while the
  *     handle lives. On one engine the host serialises its own calls of ss_start and ss_destroy;
  *     on one query ss_query_destroy must be the last call, made after all others have returned.
- *     Only ss_destroy, ss_query_destroy and (briefly) ss_start wait for another thread.
+ *     Only ss_destroy, ss_query_destroy and ss_start wait for other threads, which all are the
+ *     library's own, to end.
  *
  *  6. Numbers are fixed-width. Records are filled whole: no field is ever left unset.
  *
- *  7. Unloading. Destroy every handle before unloading the library. Never destroy one from
- *     DllMain, nor from a static object of a DLL, whose destructor runs there: destroying waits
- *     for a thread, and a thread cannot end while DllMain holds the loader's lock. The process
- *     would hang. A plug-in destroys its handles when its host tells it to shut down.
+ *  7. Unloading and the loader's lock. Destroy every handle before unloading the library. A thread
+ *     can neither begin nor end while anyone in the process is in DllMain or loads a library. So
+ *     never call ss_destroy, ss_query_destroy or, where this engine had a build before, ss_start
+ *     from DllMain, nor from a static object of a DLL, whose destructor runs there: they wait for
+ *     threads to end, and the process would hang. A plug-in destroys its handles when its host
+ *     tells it to shut down. All other functions may be called there, and a build or query that
+ *     runs already comes to its final state meanwhile; one that is started there begins later.
  *
  * EXAMPLE
  *
@@ -155,7 +159,8 @@ typedef struct ResultMetadata {
 SS_API SystemSearchEngine* ss_create(void);
 
 /* Starts a build on the engine's own thread and returns 1; returns 0 when it could not. While the
- * disk is slow to answer, up to four threads more read folders ahead of it; they end with it.
+ * disk is slow to answer, up to four threads more read folders ahead of it; their work ends with
+ * it.
  *
  *   scope       the folder to index, an absolute path; "" means every local drive (fixed and
  *               removable, not network, optical or RAM drives). A bad scope does not fail here:
@@ -170,15 +175,20 @@ SS_API SystemSearchEngine* ss_create(void);
  * queries made earlier keep their own snapshot. When the thread cannot be started the result is 0
  * and the state SS_ENGINE_FAILED, and ss_error knows no reason; a later call may succeed.
  *
- * Waits only for the exit of an earlier, finished build thread. Not to be called at the same time
- * as another ss_start or ss_destroy of this engine. */
+ * A single name that is not valid UTF-16 fails the whole build: SS_ENGINE_FAILED, and ss_error
+ * names the folder that it is in.
+ *
+ * Waits only for the threads of an earlier, finished build to end (see convention 7). Not to be
+ * called at the same time as another ss_start or ss_destroy of this engine. */
 SS_API int32_t ss_start(SystemSearchEngine* engine, const char* scope, const char* cache_path,
                         int32_t force);
 
 /* Asks a running build to stop, and returns at once. The state becomes SS_ENGINE_CANCELLED when
    the build notices, which is before its next directory entry; entries published so far stay
-   searchable. No cache is written, unless a finished one is just taking its place. Without a
-   running build, or with null, nothing happens. */
+   searchable. A call of the system that the build's own thread is in, on a share that does not
+   answer for instance, is not ended: the state changes when it returns. No cache is written, unless
+   a finished one is just taking its place; when the system has refused that, the state comes with
+   an error text. Without a running build, or with null, nothing happens. */
 SS_API void ss_cancel(SystemSearchEngine* engine);
 
 /* Fills `out`. With a null engine or a null `out` nothing is written. Never waits for the build.
@@ -188,16 +198,18 @@ SS_API void ss_status(const SystemSearchEngine* engine, EngineStatus* out);
 
 /* Returns the engine's last error as an English sentence, "" when there is none; never null.
  * A build that failed comes with the reason; after a start that failed the text is empty or an
- * earlier one. SS_ENGINE_READY with a text means that the index is usable but the cache file could
- * not be written. A null engine gives "Library unavailable.".
+ * earlier one. SS_ENGINE_READY or SS_ENGINE_CANCELLED with a text means that the index is usable
+ * but the cache file could not be written. A null engine gives "Library unavailable.".
  *
  * The text belongs to the calling thread: it stays valid until that thread calls ss_error again,
  * for any engine, or ends. When even the copy cannot be made: "Cannot read index status.". */
 SS_API const char* ss_error(const SystemSearchEngine* engine);
 
 /* Cancels a running build, waits for its thread, and frees the engine. Queries made from it stay
-   valid. Null: nothing happens. A cache file being written is completed or dropped first. A call
-   of the system that the build is in, on a share that does not answer for instance, is ended. */
+   valid. Null: nothing happens. A cache file being written is completed or dropped first; removing
+   its temporary file is tried for two seconds. A call of the system that the build is in, on a
+   share that does not answer for instance, is ended, as far as the system can: closing a folder
+   that was being read there is a call that nobody can end. */
 SS_API void ss_destroy(SystemSearchEngine* engine);
 
 /* ---- Queries -------------------------------------------------------------------------------- */
@@ -252,7 +264,8 @@ SS_API int32_t ss_query_metadata(const SystemSearchQuery* query, uint32_t index,
                                  ResultMetadata* out);
 
 /* Cancels the query if it still runs, waits for its thread, and frees it and every path it
-   returned. A call of the system that the query is in is ended. Null: nothing happens. */
+   returned. A call of the system that the query is in is ended as ss_destroy does it. Null: nothing
+   happens. */
 SS_API void ss_query_destroy(SystemSearchQuery* query);
 
 #ifdef __cplusplus

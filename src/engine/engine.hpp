@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "engine/reader_threads.hpp"
 #include "index/index.hpp"
 #include "platform/platform.hpp"
 
@@ -22,7 +23,8 @@ struct Engine {
     std::shared_ptr<Index> index SS_GUARDED_BY(mutex);
     // Started by ss_start, joined by the next ss_start or by ss_destroy; touched by no one else.
     platform::Thread thread;
-    std::atomic<bool> cancel{false};           // host's threads; cleared by ss_start
+    ReaderThreads readers;            // of the build thread, until it has ended; joined behind it
+    std::atomic<bool> cancel{false};  // host's threads; cleared by ss_start
     std::atomic<std::uint32_t> state{0};       // SS_ENGINE_...; ss_start and the build thread
     std::atomic<std::uint32_t> skipped{0};     // build thread
     std::atomic<std::uint32_t> limited{0};     // build thread

@@ -7,6 +7,7 @@
 //   folder       one folder, read into memory                                folder_reader.cpp
 //   index_cache  load before the walk, save after it                         index_cache.cpp
 //   error_text   the last error, copied for the calling thread               error_text.cpp
+//   readers      the threads behind that, until they are joined            reader_threads.cpp
 //   engine       the fields all of them share, and who guards them           engine.cpp
 #include <memory>
 #include <utility>
@@ -33,10 +34,16 @@ const Engine* engine_of(const SystemSearchEngine* handle) {
     return reinterpret_cast<const Engine*>(handle);
 }
 
-bool start(Engine& engine, const char* scope, const char* cache_path, bool force) {
-    if (engine.thread.joinable() && engine.thread.try_join() != system_search::platform::kSuccess) {
-        return false;
+// Waits for the threads of an earlier build to end; for that they may need the loader's lock.
+system_search::platform::Error join_build(Engine& engine) {
+    if (engine.thread.joinable()) {
+        if (const auto error = engine.thread.try_join()) return error;
     }
+    return engine.readers.try_join();
+}
+
+bool start(Engine& engine, const char* scope, const char* cache_path, bool force) {
+    if (join_build(engine) != system_search::platform::kSuccess) return false;
     engine.cancel = false;
     engine.skipped = 0;
     engine.limited = 0;
@@ -101,4 +108,5 @@ void ss_destroy(SystemSearchEngine* handle) {
     const std::unique_ptr<Engine> engine(engine_of(handle));
     engine->cancel = true;
     if (engine->thread.joinable()) engine->thread.join();
+    engine->readers.join();
 }

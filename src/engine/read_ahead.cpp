@@ -42,10 +42,11 @@ Folder::~Folder() {
 }
 
 ReadAhead::ReadAhead(const std::u16string& root, const std::atomic<bool>& cancel,
-                     const ReadAheadOptions& options)
+                     ReaderThreads& threads, const ReadAheadOptions& options)
     : stop_{cancel, stopped_},
       options_(options),
       first_listed_(&root_),
+      threads_(threads),
       most_readers_(std::min(options.readers, kMostReaders)) {
     root_.name_ = root;
     root_.answers_.has_attributes = true;  // nobody asks: a root is entered whatever it is
@@ -57,7 +58,7 @@ ReadAhead::~ReadAhead() {
         stopped_ = true;
         work_.notify_all();
     }
-    for (std::uint32_t i = 0; i < readers_; ++i) threads_[i].join();
+    for (std::uint32_t i = 0; i < reader_count_; ++i) readers_[i]->end_body();
     // Not by recursion: readers may have gone thousands of levels ahead.
     for (Folder* next = root_.first_claimed_; next != nullptr;) {
         const std::unique_ptr<Folder> folder(next);
@@ -204,7 +205,7 @@ void ReadAhead::read_until_stopped() noexcept {
 Folder& ReadAhead::enter_root() {
     const platform::MutexLock lock(mutex_);
     if (options_.readers != ReadAheadOptions::kAsNeeded) {
-        while (readers_ < most_readers_) start_reader();
+        while (reader_count_ < most_readers_) start_reader();
     }
     await_piece(root_);
     return root_;
@@ -268,7 +269,7 @@ void ReadAhead::await_piece(Folder& folder) {
 }
 
 bool ReadAhead::needs_reader(const Folder& awaited) {
-    if (readers_ >= most_readers_ || folders_ < kFewFolders) return false;
+    if (reader_count_ >= most_readers_ || folders_ < kFewFolders) return false;
     if (waited_nanoseconds_ < kPatienceNanoseconds) return false;
     const bool is_slow =
         waited_nanoseconds_ >= folders_ * kFolderNanoseconds + children_ * kChildNanoseconds;
@@ -288,10 +289,11 @@ void ReadAhead::start_reader() {
     const auto body = [](void* read_ahead) noexcept {
         static_cast<ReadAhead*>(read_ahead)->read_until_stopped();
     };
-    if (threads_[readers_].start(body, this) == platform::kSuccess) {
-        ++readers_;
+    platform::Thread* const reader = threads_.start(body, this);
+    if (reader != nullptr) {
+        readers_[reader_count_++] = reader;
     } else {
-        most_readers_ = readers_;
+        most_readers_ = reader_count_;
     }
 }
 

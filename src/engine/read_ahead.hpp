@@ -30,6 +30,7 @@
 #include <string_view>
 
 #include "engine/folder_reader.hpp"
+#include "engine/reader_threads.hpp"
 #include "platform/platform.hpp"
 
 namespace system_search {
@@ -94,10 +95,11 @@ struct ReadAheadOptions {
 
 class ReadAhead {
 public:
-    // `root` and `cancel` outlive this.
-    ReadAhead(const std::u16string& root, const std::atomic<bool>& cancel,
+    // `root`, `cancel` and `threads` outlive this.
+    ReadAhead(const std::u16string& root, const std::atomic<bool>& cancel, ReaderThreads& threads,
               const ReadAheadOptions& options);
-    // Ends the readers, waiting for no more than the system call that each is in.
+    // Ends the work of the readers, and the system call that each is in. Their threads are left to
+    // whoever joins `threads`.
     ~ReadAhead();
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
@@ -150,8 +152,9 @@ private:
     std::unique_ptr<Folder> spare_;
     FolderReader reader_;
     std::u16string path_;
-    platform::Thread threads_[kMostReaders];
-    std::uint32_t readers_ = 0;
+    ReaderThreads& threads_;
+    platform::Thread* readers_[kMostReaders] = {};
+    std::uint32_t reader_count_ = 0;
     std::uint32_t most_readers_;
     // Since the last decision about one more reader.
     std::int64_t waited_nanoseconds_ = 0;

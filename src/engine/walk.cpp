@@ -25,7 +25,7 @@ public:
         for (const std::u16string& root : roots) {
             if (engine_.cancel || engine_.limited != 0) break;
             const std::u16string system_root = platform::as_system_reads(root);
-            ReadAhead read_ahead(system_root, engine_.cancel, options_);
+            ReadAhead read_ahead(system_root, engine_.cancel, engine_.readers, options_);
             walk_root(read_ahead, root);
         }
         publish_shard(index_, batch_);

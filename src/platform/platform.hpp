@@ -246,8 +246,16 @@ private:
     [[maybe_unused]] void* condition_variable_ = nullptr;  // used on Windows only
 };
 
+// What the library's threads reserve, whatever the host's program says: its largest frame is under
+// 7 KB, and what else runs on them are the system's own calls, the unwinding of an exception, and
+// what other modules of the host do when a thread begins and ends.
+inline constexpr std::size_t kThreadStackBytes = std::size_t{256} << 10;
+
 // A thread and the duty to join it. Not std::thread: that one takes a thread-local slot of the
 // process at each load of the library and does not give it back.
+//
+// A thread is more than its body: before and behind it the system tells every module of the host
+// about the thread, one thread at a time and only while nobody loads or unloads a library.
 class Thread {
 public:
     using Body = void (*)(void* argument) noexcept;
@@ -259,24 +267,29 @@ public:
 
     // Only when not joinable(). Any error means that no thread runs.
     Error start(Body body, void* argument) noexcept;
-    bool joinable() const noexcept { return handle_ != nullptr; }
-    // Waits for the thread's end, and ends every call of the system that it is still in after a few
-    // milliseconds, again and again: a share or drive that does not answer would be waited for
-    // otherwise. The thread sees kOperationAborted. After an error, which being called from the
-    // thread itself is too, it is still joinable.
+    bool joinable() const noexcept { return record_ != nullptr; }
+    bool is_current() const noexcept;
+
+    // Returns when the body has returned or, where it has not begun, will never begin. Ends every
+    // call of the system that the body is still in after 10 ms, then 20, 40, up to 640: a share or
+    // drive that does not answer would be waited for otherwise. The body sees kOperationAborted.
+    // What other modules do on the thread is not touched, and not waited for.
     //
-    // So a thread that is joined while it works must have been told to stop before, and whatever it
-    // makes of the ended call, nobody may see it: the handle that shows its counters, texts and
-    // results is on its way out. What it leaves on the disk stays, and has to be right all the
-    // same.
+    // So a thread whose body is ended while it works must have been told to stop before, and
+    // whatever it makes of the ended call, nobody may see it. What it leaves on the disk stays, and
+    // has to be right all the same.
+    void end_body() noexcept;
+
+    // Waits for the end of the thread, and ends the calls of its body in the same way. A body that
+    // has not begun is still run. After an error, which being called from the thread itself is too,
+    // the thread is still joinable.
     [[nodiscard]] Error try_join() noexcept;
     // The same, but ends the process when it fails.
     void join() noexcept;
-    bool is_current() const noexcept;
 
 private:
-    void* handle_ = nullptr;  // null: not joinable
-    std::uint32_t id_ = 0;
+    struct Record;
+    Record* record_ = nullptr;  // null: not joinable
 };
 
 // A buffer of at least `bytes` that belongs to the calling thread, the same one at every call

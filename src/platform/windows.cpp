@@ -1,6 +1,7 @@
 // The system behind platform.hpp: 64-bit Windows.
 #include <windows.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -82,9 +83,9 @@ bool is_refused_extra(Error error) {
 // Null: failed, with the system's last error. The basic level leaves out the short names, which
 // cost the system a lookup for each child; the large fetch brings more children a round trip.
 void* find_first(const SystemPath& pattern, WIN32_FIND_DATAW& found) {
-    void* const search = handle_or_null(
-        FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &found, FindExSearchNameMatch, nullptr,
-                         FIND_FIRST_EX_LARGE_FETCH));
+    void* const search =
+        handle_or_null(FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &found,
+                                        FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH));
     if (search != nullptr || !is_refused_extra(last_error())) return search;
     return handle_or_null(FindFirstFileExW(pattern.c_str(), FindExInfoStandard, &found,
                                            FindExSearchNameMatch, nullptr, 0));
@@ -331,12 +332,53 @@ void Condition::notify_all() noexcept {
     WakeAllConditionVariable(reinterpret_cast<CONDITION_VARIABLE*>(&condition_variable_));
 }
 
+// What the thread and its owner share, from the start to the join.
+struct Thread::Record {
+    enum class State { kNotBegun, kInBody, kLeft };
+
+    Record(Body its_body, void* its_argument) : body(its_body), argument(its_argument) {}
+
+    const Body body;
+    void* const argument;
+    HANDLE handle = nullptr;  // the owner's
+    DWORD id = 0;
+
+    Mutex mutex;
+    Condition left;
+    State state SS_GUARDED_BY(mutex) = State::kNotBegun;
+
+    // False when the body is not to be run any more.
+    bool enter() {
+        const MutexLock lock(mutex);
+        if (state == State::kLeft) return false;
+        state = State::kInBody;
+        return true;
+    }
+    void leave() {
+        const MutexLock lock(mutex);
+        state = State::kLeft;
+        left.notify_one();
+    }
+    // Under the lock, so that the thread cannot leave its body meanwhile: on the way out it makes
+    // calls for other modules. Between two calls there is nothing to end: a later attempt does it.
+    void end_call() SS_REQUIRES(mutex) {
+        if (state == State::kInBody) CancelSynchronousIo(handle);
+    }
+
+    static DWORD WINAPI run(void* record);
+};
+
 namespace {
 
-struct ThreadStart {
-    Thread::Body body;
-    void* argument;
-};
+// How long the call that a thread is in may still take before it is ended: at first so short that
+// nobody waits for a dead share, then longer, so that a call comes to its end that has to be made
+// again and again until it does, as the removal of a temporary file has to.
+constexpr DWORD kFirstWaitMilliseconds = 10;
+
+DWORD longer_wait(DWORD milliseconds) {
+    constexpr DWORD kLongestWaitMilliseconds = 640;
+    return std::min(milliseconds * 2, kLongestWaitMilliseconds);
+}
 
 // A process with many thread-local slots needs memory for a thread's first one. Without it nothing
 // may be thrown, and the body's outcome could not be reported: wait until there is some again.
@@ -361,58 +403,72 @@ void show_cloud_items_as_ordinary() {
     reinterpret_cast<SetMode>(reinterpret_cast<void*>(address))(kDisguisePlaceholders);
 }
 
-DWORD WINAPI run_thread(void* parameter) {
-    const ThreadStart start = *static_cast<ThreadStart*>(parameter);
-    delete static_cast<ThreadStart*>(parameter);
+}  // namespace
+
+DWORD WINAPI Thread::Record::run(void* parameter) {
+    Record& record = *static_cast<Record*>(parameter);
+    if (!record.enter()) return 0;
     // A drive without a medium is an error like any other, not a box on the user's screen that this
     // thread, and whoever destroys its handle, would wait for.
     SetThreadErrorMode(SEM_FAILCRITICALERRORS, nullptr);
     show_cloud_items_as_ordinary();
-    run_in_exception_scope(start.body, start.argument);
+    run_in_exception_scope(record.body, record.argument);
+    record.leave();
     return 0;
 }
-
-}  // namespace
 
 Thread::~Thread() {
     if (joinable()) std::terminate();
 }
 
 Error Thread::start(Body body, void* argument) noexcept {
-    auto* const start = new (std::nothrow) ThreadStart{body, argument};
-    if (start == nullptr) return kNotEnoughMemory;
-    DWORD id = 0;
-    handle_ = CreateThread(nullptr, 0, run_thread, start, 0, &id);
-    if (handle_ == nullptr) {
+    auto* const record = new (std::nothrow) Record(body, argument);
+    if (record == nullptr) return kNotEnoughMemory;
+    record->handle = CreateThread(nullptr, kThreadStackBytes, Record::run, record,
+                                  STACK_SIZE_PARAM_IS_A_RESERVATION, &record->id);
+    if (record->handle == nullptr) {
         const Error error = last_error();
-        delete start;
+        delete record;
         return error;
     }
-    id_ = id;
+    record_ = record;
     return kSuccess;
 }
 
+bool Thread::is_current() const noexcept {
+    return joinable() && record_->id == GetCurrentThreadId();
+}
+
+void Thread::end_body() noexcept {
+    Record& record = *record_;
+    const MutexLock lock(record.mutex);
+    if (record.state == Record::State::kNotBegun) record.state = Record::State::kLeft;
+    for (DWORD wait = kFirstWaitMilliseconds; record.state != Record::State::kLeft;
+         wait = longer_wait(wait)) {
+        record.left.wait_for(record.mutex, wait);
+        record.end_call();
+    }
+}
+
+// By the thread's handle and not by its record: where the process itself is ending, the system has
+// ended the thread wherever it was.
 Error Thread::try_join() noexcept {
     if (is_current()) return kPossibleDeadlock;
-    // A call that answers is left alone, and one that comes up between two looks is found later.
-    constexpr DWORD kPatienceMilliseconds = 10;
-    for (;;) {
-        const DWORD waited = WaitForSingleObject(handle_, kPatienceMilliseconds);
+    for (DWORD wait = kFirstWaitMilliseconds;; wait = longer_wait(wait)) {
+        const DWORD waited = WaitForSingleObject(record_->handle, wait);
         if (waited == WAIT_OBJECT_0) break;
         if (waited != WAIT_TIMEOUT) return last_error();
-        CancelSynchronousIo(handle_);
+        const MutexLock lock(record_->mutex);
+        record_->end_call();
     }
-    CloseHandle(handle_);
-    handle_ = nullptr;
+    CloseHandle(record_->handle);
+    delete record_;
+    record_ = nullptr;
     return kSuccess;
 }
 
 void Thread::join() noexcept {
     if (try_join() != kSuccess) std::terminate();
-}
-
-bool Thread::is_current() const noexcept {
-    return joinable() && id_ == GetCurrentThreadId();
 }
 
 namespace {

@@ -53,6 +53,41 @@ BOOL WINAPI move_file(const wchar_t* from, const wchar_t* to, DWORD flags) {
     return move_hangs ? hang() : MoveFileExW(from, to, flags);
 }
 
+// A removal that answers when nobody ends it for 40 ms, and can be ended until then. The time is
+// what the joining thread is ready to wait; nobody looks at a clock.
+constexpr DWORD kRemovalMilliseconds = 40;
+HANDLE left_alone = nullptr;
+DWORD joining_thread = 0;
+std::atomic<bool> is_removing{false};
+int ended_removals = 0;
+
+BOOL WINAPI delete_slowly(const wchar_t* path) {
+    hanging_thread = GetCurrentThreadId();
+    is_removing = true;
+    HANDLE const either[] = {ended, left_alone};
+    const DWORD which = WaitForMultipleObjects(2, either, FALSE, kGenerous);
+    hanging_thread = 0;
+    is_removing = false;
+    EXPECT_NE(which, DWORD{WAIT_TIMEOUT});
+    if (which != WAIT_OBJECT_0) return DeleteFileW(path);
+    ++ended_removals;
+    SetLastError(ERROR_OPERATION_ABORTED);
+    return FALSE;
+}
+DWORD WINAPI wait_while_it_removes(HANDLE handle, DWORD milliseconds) {
+    if (GetCurrentThreadId() != joining_thread || !is_removing) {
+        return WaitForSingleObject(handle, milliseconds);
+    }
+    if (milliseconds < kRemovalMilliseconds) return WaitForSingleObject(handle, 0);
+    SetEvent(left_alone);
+    return WaitForSingleObject(handle, kGenerous);
+}
+// So that no attempt is the last, however slow the machine is.
+BOOL WINAPI stopped_clock(LARGE_INTEGER* ticks) {
+    ticks->QuadPart = 1;
+    return TRUE;
+}
+
 class HangingCall : public EngineHost {
 protected:
     void SetUp() override {
@@ -128,6 +163,25 @@ TEST_F(HangingCall, replacement_of_the_cache_is_ended_and_leaves_the_old_one) {
         names.push_back(entry.path().filename().string());
     }
     EXPECT_EQ(names, std::vector<std::string>{"index"});
+}
+
+TEST_F(HangingCall, temporary_file_goes_though_its_removal_takes_longer_than_a_joiner_first_waits) {
+    HMODULE const library = GetModuleHandleW(L"system_search.dll");
+    const ImportPatch remove(library, "DeleteFileW", &delete_slowly);
+    const ImportPatch wait(library, "WaitForSingleObject", &wait_while_it_removes);
+    const ImportPatch clock(library, "QueryPerformanceCounter", &stopped_clock);
+    ASSERT_TRUE(remove.applied() && wait.applied() && clock.applied());
+    left_alone = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    joining_thread = GetCurrentThreadId();
+    ended_removals = 0;
+    make_folder("c");
+    move_hangs = true;
+    start(path("c/index"));
+    ASSERT_TRUE(is_hanging());
+    destroy_engine();
+    EXPECT_TRUE(std::filesystem::is_empty(scratch_ / "c"));
+    EXPECT_LE(ended_removals, 3);
+    CloseHandle(left_alone);
 }
 
 TEST_F(HangingCall, question_about_a_result_is_ended_when_the_query_is_destroyed) {

@@ -29,7 +29,7 @@ struct Script {
     std::optional<DWORD> drives_result;
     SystemSearchEngine* destroyed_by_its_walk = nullptr;  // by the thread that opens a folder
     HANDLE may_destroy = nullptr;  // set when it may: after its start has returned
-    DWORD extras_error = 0;  // of FindFirstFileExW, asked for more than it could always do
+    DWORD extras_error = 0;        // of FindFirstFileExW, asked for more than it could always do
     std::set<std::wstring> bare_roots;  // patterns of empty volumes
     bool threads_start = true;
     bool joins_fail = false;

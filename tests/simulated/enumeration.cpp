@@ -157,7 +157,8 @@ Error Enumeration::open(const std::u16string& folder, Child& first) {
         if (found.node ? !found.node->is_folder() : !found.generated) return kInvalidDirectory;
         if (found.node) {
             const Node& node = *found.node;
-            if (const Error failure = fault(node, &NodeFaults::open)) return promised(failure, folder);
+            if (const Error failure = fault(node, &NodeFaults::open))
+                return promised(failure, folder);
             is_root = node.parent == nullptr;
             opened->children = node.children;
             opened->count = node.children.size();

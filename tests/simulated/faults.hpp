@@ -106,11 +106,13 @@ enum Call : std::uint32_t {
     kJoinThread = 1u << 18,
     kExceptionScope = 1u << 19,
     kSleep = 1u << 20,
+    kBeginThread = 1u << 21,  // by a new thread, before its body
+    kEndThread = 1u << 22,    // by a thread that has left its body
 };
-inline constexpr std::uint32_t kCallKinds = 21;
-// Three kinds are meant only when they are named: a join that fails ends the process nearly
-// everywhere, a test's own polling opens exception scopes, which would upset the count, and a sleep
-// cannot fail.
+inline constexpr std::uint32_t kCallKinds = 23;
+// These kinds are meant only when they are named: a join that fails ends the process nearly
+// everywhere, a test's own polling opens exception scopes, which would upset the count, and
+// neither a sleep nor a thread on its way in or out can fail.
 inline constexpr std::uint32_t kAllCalls = kJoinThread - 1;
 
 // From now on the `nth` call (from 1) among `calls`, of all threads together, fails with `error`,

@@ -16,25 +16,26 @@
 namespace system_search::simulated {
 namespace {
 
-// What a thread of a Windows program gets unless the program says otherwise.
-constexpr std::size_t kStackBytes = 1 << 20;
-
 // A test that waits for so long fails rather than hangs.
 constexpr std::chrono::milliseconds kHalfAMinute = std::chrono::seconds(30);
 
 struct RunningThread {
-    pthread_t thread;
+    enum class State { kNotBegun, kInBody, kLeft };
+
     platform::Thread::Body body;
     void* argument;
     std::uint32_t id;
-    bool is_being_ended = false;  // guarded by Endings::mutex
+    pthread_t thread{};
+    // Guarded by Endings::mutex.
+    State state = State::kNotBegun;
+    bool is_being_ended = false;
 };
 
 thread_local std::uint32_t current_id = 0;
 thread_local RunningThread* current_thread = nullptr;
 std::atomic<std::uint32_t> last_id{0};
 
-// Calls that hang, and the joins that end them.
+// Calls that hang, whoever ends them, and threads that leave their bodies.
 struct Endings {
     std::mutex mutex;
     std::condition_variable changed;
@@ -52,11 +53,35 @@ void end_calls_of(RunningThread& thread) {
     endings().changed.notify_all();
 }
 
+bool enter_body(RunningThread& thread) {
+    const std::lock_guard lock(endings().mutex);
+    if (thread.state == RunningThread::State::kLeft) return false;
+    thread.state = RunningThread::State::kInBody;
+    return true;
+}
+
+void leave_body(RunningThread& thread) {
+    const std::lock_guard lock(endings().mutex);
+    thread.state = RunningThread::State::kLeft;
+    endings().changed.notify_all();
+}
+
+void wait_until_left(RunningThread& thread) {
+    using State = RunningThread::State;
+    std::unique_lock lock(endings().mutex);
+    if (thread.state == State::kNotBegun) thread.state = State::kLeft;
+    endings().changed.wait(lock, [&] { return thread.state == State::kLeft; });
+}
+
 void* run_thread(void* argument) {
     RunningThread& running = *static_cast<RunningThread*>(argument);
     current_id = running.id;
     current_thread = &running;
+    static_cast<void>(enter_call(kBeginThread));
+    if (!enter_body(running)) return nullptr;
     running.body(running.argument);
+    leave_body(running);
+    static_cast<void>(enter_call(kEndThread));
     return nullptr;
 }
 
@@ -290,6 +315,8 @@ void Condition::notify_all() noexcept {
     notify(*this, UINT32_MAX);
 }
 
+struct Thread::Record : RunningThread {};
+
 Thread::~Thread() {
     if (joinable()) std::abort();
 }
@@ -298,30 +325,32 @@ Error Thread::start(Body body, void* argument) noexcept {
     if (allocation_fails()) return kNotEnoughMemory;
     const Quiet quiet;
     if (const Error planned = enter_call(kStartThread)) return planned;
-    auto running = std::make_unique<RunningThread>();
-    running->body = body;
-    running->argument = argument;
-    running->id = ++last_id;
+    std::unique_ptr<Record> record(new Record{{body, argument, ++last_id}});
     pthread_attr_t settings;
     pthread_attr_init(&settings);
-    pthread_attr_setstacksize(&settings, kStackBytes);
-    const int failure = pthread_create(&running->thread, &settings, run_thread, running.get());
+    pthread_attr_setstacksize(&settings, kThreadStackBytes);
+    const int failure = pthread_create(&record->thread, &settings, run_thread, record.get());
     pthread_attr_destroy(&settings);
     if (failure != 0) return kNotEnoughMemory;
     volume().threads.fetch_add(1);
-    id_ = running->id;
-    handle_ = running.release();
+    record_ = record.release();
     return kSuccess;
+}
+
+void Thread::end_body() noexcept {
+    const Quiet quiet;
+    end_calls_of(*record_);
+    wait_until_left(*record_);
 }
 
 Error Thread::try_join() noexcept {
     if (is_current()) return kPossibleDeadlock;
     const Quiet quiet;
     if (const Error planned = enter_call(kJoinThread)) return planned;
-    const std::unique_ptr<RunningThread> running(static_cast<RunningThread*>(handle_));
-    end_calls_of(*running);
-    pthread_join(running->thread, nullptr);
-    handle_ = nullptr;
+    end_calls_of(*record_);
+    pthread_join(record_->thread, nullptr);
+    delete record_;
+    record_ = nullptr;
     volume().threads.fetch_sub(1);
     return kSuccess;
 }
@@ -331,7 +360,7 @@ void Thread::join() noexcept {
 }
 
 bool Thread::is_current() const noexcept {
-    return joinable() && id_ == current_id;
+    return joinable() && record_->id == current_id;
 }
 
 char* thread_buffer(std::size_t bytes) noexcept {

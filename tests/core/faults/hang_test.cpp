@@ -68,7 +68,7 @@ TEST_F(Hang, temporary_file_goes_although_its_removal_is_ended) {
     EXPECT_EQ(list_names(u"C:\\cache\\deep").size(), 1u);
 }
 
-TEST_F(Hang, cancelling_ends_no_call) {
+TEST_F(Hang, cancelling_ends_no_call_of_the_build_itself) {
     SystemSearchEngine* const engine = ss_create();
     hang_platform_call(1, kStatus, kFromNowOn);
     ASSERT_EQ(ss_start(engine, kScope, "", 1), 1);

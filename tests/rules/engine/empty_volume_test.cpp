@@ -1,5 +1,5 @@
 // The root of an empty volume is an empty folder, although the system says that it finds no file.
-#include "engine/engine_test_support.hpp"
+#include "rules/engine/engine_test_support.hpp"
 
 namespace system_search {
 namespace {
@@ -11,8 +11,9 @@ TEST_F(EmptyVolumeTest, an_empty_drive_share_or_volume_ends_ready_with_nothing_s
          {u"C:\\", u"\\\\server\\share", u"\\\\?\\Volume{0-1}\\", u"\\\\?\\UNC\\server\\share"}) {
         add_folder(root);
     }
-    for (const char* scope : {"C:\\", "C:/", "\\\\server\\share", "\\\\server\\share\\",
-                              "\\\\?\\Volume{0-1}\\", "\\\\?\\UNC\\server\\share\\", "\\\\?\\C:\\"}) {
+    for (const char* scope :
+         {"C:\\", "C:/", "\\\\server\\share", "\\\\server\\share\\", "\\\\?\\Volume{0-1}\\",
+          "\\\\?\\UNC\\server\\share\\", "\\\\?\\C:\\"}) {
         EXPECT_EQ(build(scope), (EngineStatus{SS_ENGINE_READY, 0, 0, 0, 0})) << scope << error();
     }
 }

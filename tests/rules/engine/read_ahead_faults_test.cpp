@@ -41,6 +41,7 @@ TEST_F(ReadAheadTest, memory_that_runs_out_fails_the_walk_or_slows_it_and_asks_n
                 }
                 if (!AllocationFault::hit()) ++unhit;
                 (ran_out ? failed : whole) += 1;
+                engine.readers.join();
                 ASSERT_EQ(open_handles(), OpenHandles{}) << nth;
                 ASSERT_LE(platform_calls(kAttributes), plain.folders) << nth;
                 if (ran_out) {
@@ -78,6 +79,7 @@ TEST_F(ReadAheadTest, a_call_that_fails_whichever_it_is_is_counted_or_costs_a_re
                 walk(engine, index, {u"C:\\root"}, options);
                 met = failed_platform_calls() != 0;
                 forget_call_plans();
+                engine.readers.join();
                 ASSERT_EQ(open_handles(), OpenHandles{}) << nth;
                 // A folder that cannot be asked or opened, or a read that fails, counts once each.
                 if (entry_count(index) < entries) {
@@ -125,6 +127,7 @@ TEST_F(ReadAheadTest, cancel_ends_a_walk_that_waits_for_a_blocked_reader) {
         EXPECT_EQ(late, 1u) << "a child was read after the request";
         EXPECT_EQ(entry_count(index), 0u);
         EXPECT_EQ(engine.skipped, 0u);
+        engine.readers.join();
         EXPECT_EQ(open_handles(), OpenHandles{});
     }
 }
@@ -148,6 +151,7 @@ TEST_F(ReadAheadTest, cancel_at_any_call_ends_the_walk_and_counts_nothing_as_ski
             const bool met = failed_platform_calls() != 0;
             forget_call_plans();
             ASSERT_EQ(engine.skipped, 0u) << nth;
+            engine.readers.join();
             ASSERT_EQ(open_handles(), OpenHandles{}) << nth;
             if (!met) {
                 EXPECT_EQ(entry_count(index), 12u * 7u);

@@ -78,6 +78,7 @@ protected:
         } catch (const TextError& error) {
             outcome.error = error.what();
         }
+        engine.readers.join();
         EXPECT_EQ(open_handles(), OpenHandles{});
         outcome.listing = listing_of(take_snapshot(*index));
         outcome.skipped = engine.skipped;

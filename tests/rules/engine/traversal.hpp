@@ -15,7 +15,8 @@ namespace system_search {
 // Goes through a root as the walk does, but keeps nothing.
 class Traversal {
 public:
-    explicit Traversal(const ReadAheadOptions& options) : read_ahead_(root_, cancel_, options) {}
+    explicit Traversal(const ReadAheadOptions& options)
+        : read_ahead_(root_, cancel_, threads_, options) {}
 
     ReadAhead& read_ahead() { return read_ahead_; }
     Folder& enter_root() { return read_ahead_.enter_root(); }
@@ -49,6 +50,7 @@ public:
 private:
     const std::u16string root_ = u"C:\\big";
     const std::atomic<bool> cancel_{false};
+    ReaderThreads threads_;
     ReadAhead read_ahead_;
     std::uint64_t children_ = 0;
     std::uint64_t folders_ = 1;  // entered

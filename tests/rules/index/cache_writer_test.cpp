@@ -27,8 +27,8 @@ protected:
                            std::uint32_t limited = 0) {
         return write(index, scope, skipped, limited);
     }
-    CacheWriteResult write(const Index& finished, std::string_view scope,
-                           std::uint32_t skipped = 0, std::uint32_t limited = 0) {
+    CacheWriteResult write(const Index& finished, std::string_view scope, std::uint32_t skipped = 0,
+                           std::uint32_t limited = 0) {
         temporary.reset();
         simulated::freeze_clock(1);
         temporary.emplace(cache_path, /*owner=*/2);

@@ -106,9 +106,8 @@ TEST_F(FileRetry, cancel_ends_a_pause_within_twenty_milliseconds) {
 // ---- The removal --------------------------------------------------------------------------------
 
 TEST_F(FileRetry, removal_is_tried_for_two_seconds) {
-    for (const platform::Error error :
-         {platform::kAccessDenied, platform::kSharingViolation, platform::kLockViolation,
-          platform::kOperationAborted}) {
+    for (const platform::Error error : {platform::kAccessDenied, platform::kSharingViolation,
+                                        platform::kLockViolation, platform::kOperationAborted}) {
         simulated::freeze_clock(0);
         std::vector<std::int64_t> attempts;
         const auto note = [&] {
@@ -128,7 +127,8 @@ TEST_F(FileRetry, removal_is_tried_for_two_seconds) {
 }
 
 TEST_F(FileRetry, time_that_ended_attempts_took_counts) {
-    simulated::on_platform_call(1, kRemoveFile, [] { platform::sleep(500); }, kFromNowOn);
+    simulated::on_platform_call(
+        1, kRemoveFile, [] { platform::sleep(500); }, kFromNowOn);
     simulated::fail_platform_call(1, platform::kOperationAborted, kRemoveFile, kFromNowOn);
     remove();
     EXPECT_EQ(simulated::platform_calls(kRemoveFile), 4u);

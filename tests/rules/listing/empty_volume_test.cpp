@@ -25,7 +25,8 @@ QueryStatus list(const char* folder) {
 using EmptyVolumeListing = VolumeTest;
 
 TEST_F(EmptyVolumeListing, of_a_drive_share_or_volume_is_done_with_nothing_in_it) {
-    for (const char16_t* root : {u"C:\\", u"\\\\server\\share", u"\\\\?\\Volume{0-1}\\"}) add_folder(root);
+    for (const char16_t* root : {u"C:\\", u"\\\\server\\share", u"\\\\?\\Volume{0-1}\\"})
+        add_folder(root);
     for (const char* folder :
          {"C:\\", "C:/", "//server/share", "\\\\?\\Volume{0-1}\\", "\\\\?\\C:\\"}) {
         const QueryStatus status = list(folder);

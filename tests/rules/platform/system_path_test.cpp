@@ -139,13 +139,34 @@ TEST(SystemPath, roots_of_drives_shares_and_volumes_are_known) {
           u"\\\\?\\volume{12345678-9abc}\\"}) {
         EXPECT_TRUE(is_volume_root(path)) << narrow(path);
     }
-    for (const std::u16string_view path :
-         {u"", u"x", u"C:", u"C:x", u"\\", u"C:\\x", u"C:\\x\\", u"C:\\\\", u"1:\\", u"\\\\server",
-          u"\\\\server\\", u"\\\\server\\\\share", u"\\\\server\\share\\x", u"\\\\server\\share\\\\",
-          u"\\\\?\\", u"\\\\?\\C:\\x", u"\\\\?\\CC:\\", u"\\\\?\\1:\\", u"\\\\?\\C;\\", u"\\\\?\\UNC",
-          u"\\\\?\\UNC\\server", u"\\\\?\\UNC\\server\\", u"\\\\?\\UNC\\server\\share\\x",
-          u"\\\\?\\Volume{0-1", u"\\\\?\\Volume", u"\\\\?\\Volume{0-1}\\x",
-          u"\\\\?\\GLOBALROOT\\Device\\x", u"\\\\?\\pipe"}) {
+    for (const std::u16string_view path : {u"",
+                                           u"x",
+                                           u"C:",
+                                           u"C:x",
+                                           u"\\",
+                                           u"C:\\x",
+                                           u"C:\\x\\",
+                                           u"C:\\\\",
+                                           u"1:\\",
+                                           u"\\\\server",
+                                           u"\\\\server\\",
+                                           u"\\\\server\\\\share",
+                                           u"\\\\server\\share\\x",
+                                           u"\\\\server\\share\\\\",
+                                           u"\\\\?\\",
+                                           u"\\\\?\\C:\\x",
+                                           u"\\\\?\\CC:\\",
+                                           u"\\\\?\\1:\\",
+                                           u"\\\\?\\C;\\",
+                                           u"\\\\?\\UNC",
+                                           u"\\\\?\\UNC\\server",
+                                           u"\\\\?\\UNC\\server\\",
+                                           u"\\\\?\\UNC\\server\\share\\x",
+                                           u"\\\\?\\Volume{0-1",
+                                           u"\\\\?\\Volume",
+                                           u"\\\\?\\Volume{0-1}\\x",
+                                           u"\\\\?\\GLOBALROOT\\Device\\x",
+                                           u"\\\\?\\pipe"}) {
         EXPECT_FALSE(is_volume_root(path)) << narrow(path);
     }
 }
