@@ -6,8 +6,8 @@
 namespace system_search {
 namespace {
 
-// Room for nearly every text, taken at a thread's first call: so the buffer stays where it is and
-// a pointer that the host still holds sees the next text.
+// A thread's first call takes room for nearly every text. So the buffer need not grow and move
+// later, and a host that still holds the pointer of an earlier call reads the newer text there.
 constexpr std::size_t kUsualBytes = 1024;
 
 }  // namespace

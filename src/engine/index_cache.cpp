@@ -31,18 +31,18 @@ bool load_index_cache(Engine& engine, std::string_view scope,
         return false;
     }
     replace_index(engine, std::move(cached.index));
-    engine.skipped.store(cached.skipped);
-    engine.limited.store(cached.limited);
-    engine.from_cache.store(1);
+    engine.skipped = cached.skipped;
+    engine.limited = cached.limited;
+    engine.from_cache = 1;
     return true;
 }
 
 void save_index_cache(Engine& engine, const Index& index, std::string_view scope,
                       std::string_view cache_path) {
-    if (cache_path.empty() || engine.cancel.load()) return;
+    if (cache_path.empty() || engine.cancel) return;
     TemporaryFile temporary(wide_from_utf8(cache_path), reinterpret_cast<std::uintptr_t>(&engine));
 
-    const CacheContents contents{index, scope, engine.skipped.load(), engine.limited.load()};
+    const CacheContents contents{index, scope, engine.skipped, engine.limited};
     CacheWriteResult result = CacheWriteResult::kWriteFailed;
     try {
         result = write_index_cache(temporary, contents, engine.cancel);

@@ -8,18 +8,19 @@ namespace system_search {
 namespace {
 
 // How often the walk looks at `cancel` while it waits for a reader.
-constexpr std::uint32_t kGlanceMilliseconds = 20;
+constexpr std::uint32_t kCancelCheckMilliseconds = 20;
 
 // One more reader is worth it when the walk has waited for the disk so long, over at least so many
 // folders, and each of them took longer than the processor needs for one in the system's cache.
-constexpr std::int64_t kPatienceNanoseconds = 5'000'000;
+constexpr std::int64_t kLongWaitNanoseconds = 5'000'000;
 constexpr std::uint32_t kFewFolders = 4;
 constexpr std::int64_t kFolderNanoseconds = 40'000;
 constexpr std::int64_t kChildNanoseconds = 1'000;
 
 constexpr std::size_t kFolderBytes = sizeof(Folder);
 
-// The lock is given up for as long as this lives. For clang, what ends with it is the giving up.
+// Unlocks on construction and locks again on destruction. Clang's analysis wants RELEASE on the
+// destructor of every scoped capability, whichever way round it works.
 class SS_SCOPED_CAPABILITY Unlocked {
 public:
     explicit Unlocked(platform::Mutex& mutex) noexcept SS_RELEASE(mutex) : mutex_(mutex) {
@@ -88,9 +89,9 @@ void ReadAhead::unlist_if_done(Folder& folder) {
     if (folder.after_ != nullptr) folder.after_->before_ = folder.before_;
 }
 
-Folder* ReadAhead::claim_subfolder(Folder& parent, std::unique_ptr<Folder>& spare) {
+Folder* ReadAhead::claim_subfolder(Folder& parent, std::unique_ptr<Folder>& unused) {
     const ChildRecord& record = *parent.claims_->record(parent.unclaimed_);
-    Folder* const folder = spare.release();
+    Folder* const folder = unused.release();
     used_bytes_ += kFolderBytes;
     folder->parent_ = &parent;
     folder->name_ = record.wide_name();
@@ -109,11 +110,11 @@ Folder* ReadAhead::claim_subfolder(Folder& parent, std::unique_ptr<Folder>& spar
 }
 
 // For a reader: what is needed soonest and fits. Null when there is nothing.
-Folder* ReadAhead::claim(std::unique_ptr<Folder>& spare) {
+Folder* ReadAhead::claim(std::unique_ptr<Folder>& unused) {
     if (!readers_have_room()) return nullptr;
     Folder* const folder = first_claimable();
     if (folder == nullptr || folder->unclaimed_ == 0) return folder;
-    return claim_subfolder(*folder, spare);
+    return claim_subfolder(*folder, unused);
 }
 
 void ReadAhead::wake_reader() {
@@ -139,7 +140,7 @@ void Folder::path_into(std::u16string& path) const {
     root->name_.copy(path.data(), root->name_.size());
 }
 
-// Gives up the lock while the disk answers. When it throws, the folder is as it was, except that
+// Unlocks while the disk answers. When it throws, the folder is as it was, except that
 // its attributes may be known.
 void ReadAhead::read(Folder& folder, FolderReader& reader, std::u16string& path,
                      std::size_t most_bytes) {
@@ -152,13 +153,13 @@ void ReadAhead::read(Folder& folder, FolderReader& reader, std::u16string& path,
         folder.path_into(path);
         piece = reader.read(path, folder.answers_, most_bytes, stop_);
     } catch (...) {
-        settle(folder, nullptr, most_bytes);
+        store_answer(folder, nullptr, most_bytes);
         throw;
     }
-    settle(folder, std::move(piece), most_bytes);
+    store_answer(folder, std::move(piece), most_bytes);
 }
 
-void ReadAhead::settle(Folder& folder, PiecePtr piece, std::size_t reserved_bytes) {
+void ReadAhead::store_answer(Folder& folder, PiecePtr piece, std::size_t reserved_bytes) {
     used_bytes_ -= reserved_bytes;
     const bool is_read = folder.answers_.is_open || folder.answers_.has_ended;
     folder.state_ = is_read ? Folder::State::kRead : Folder::State::kUnread;
@@ -176,17 +177,17 @@ void ReadAhead::settle(Folder& folder, PiecePtr piece, std::size_t reserved_byte
     wake_reader();
 }
 
-// The body of a reader. Without memory it stands aside for good: the walk does without it.
+// The body of a reader. It returns for good when memory runs out: the walk does without it.
 void ReadAhead::read_until_stopped() noexcept {
     FolderReader reader;
     std::u16string path;
-    std::unique_ptr<Folder> spare;
+    std::unique_ptr<Folder> unused;
     for (;;) {
-        if (spare == nullptr) spare.reset(new (std::nothrow) Folder);
-        if (spare == nullptr) return;
+        if (unused == nullptr) unused.reset(new (std::nothrow) Folder);
+        if (unused == nullptr) return;
         const platform::MutexLock lock(mutex_);
         Folder* folder = nullptr;
-        while (!stop_.any() && (folder = claim(spare)) == nullptr) {
+        while (!stop_.any() && (folder = claim(unused)) == nullptr) {
             ++idle_readers_;
             work_.wait(mutex_);
             --idle_readers_;
@@ -212,9 +213,9 @@ Folder& ReadAhead::enter_root() {
 }
 
 Folder& ReadAhead::enter_next(Folder& parent) {
-    if (spare_ == nullptr) spare_ = std::make_unique<Folder>();
+    if (unused_ == nullptr) unused_ = std::make_unique<Folder>();
     const platform::MutexLock lock(mutex_);
-    if (parent.first_claimed_ == nullptr) claim_subfolder(parent, spare_);
+    if (parent.first_claimed_ == nullptr) claim_subfolder(parent, unused_);
     Folder& folder = *parent.first_claimed_;
     ++folders_;
     await_piece(folder);
@@ -252,7 +253,7 @@ void ReadAhead::await_piece(Folder& folder) {
                 start_reader();
             } else if (folder.state_ == Folder::State::kReading) {
                 awaited_ = &folder;
-                answered_.wait_for(mutex_, kGlanceMilliseconds);
+                answered_.wait_for(mutex_, kCancelCheckMilliseconds);
                 awaited_ = nullptr;
             } else {
                 const bool fits = used_bytes_ + options_.piece_bytes <= options_.most_bytes;
@@ -270,7 +271,7 @@ void ReadAhead::await_piece(Folder& folder) {
 
 bool ReadAhead::needs_reader(const Folder& awaited) {
     if (reader_count_ >= most_readers_ || folders_ < kFewFolders) return false;
-    if (waited_nanoseconds_ < kPatienceNanoseconds) return false;
+    if (waited_nanoseconds_ < kLongWaitNanoseconds) return false;
     const bool is_slow =
         waited_nanoseconds_ >= folders_ * kFolderNanoseconds + children_ * kChildNanoseconds;
     waited_nanoseconds_ = 0;

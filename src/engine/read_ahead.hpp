@@ -119,12 +119,13 @@ public:
 
 private:
     void read_until_stopped() noexcept;
-    Folder* claim(std::unique_ptr<Folder>& spare) SS_REQUIRES(mutex_);
+    Folder* claim(std::unique_ptr<Folder>& unused) SS_REQUIRES(mutex_);
     Folder* first_claimable() SS_REQUIRES(mutex_);
-    Folder* claim_subfolder(Folder& parent, std::unique_ptr<Folder>& spare) SS_REQUIRES(mutex_);
+    Folder* claim_subfolder(Folder& parent, std::unique_ptr<Folder>& unused) SS_REQUIRES(mutex_);
     void read(Folder& folder, FolderReader& reader, std::u16string& path, std::size_t most_bytes)
         SS_REQUIRES(mutex_);
-    void settle(Folder& folder, PiecePtr piece, std::size_t reserved_bytes) SS_REQUIRES(mutex_);
+    void store_answer(Folder& folder, PiecePtr piece, std::size_t reserved_bytes)
+        SS_REQUIRES(mutex_);
     void unlist_if_done(Folder& folder) SS_REQUIRES(mutex_);
     bool readers_have_room() const SS_REQUIRES(mutex_) {
         return used_bytes_ + options_.piece_bytes <= options_.readers_bytes;
@@ -149,7 +150,7 @@ private:
 
     // The walk's.
     Folder root_;
-    std::unique_ptr<Folder> spare_;
+    std::unique_ptr<Folder> unused_;  // made before the lock is taken, for the next claim
     FolderReader reader_;
     std::u16string path_;
     ReaderThreads& threads_;

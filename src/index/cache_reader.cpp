@@ -150,14 +150,14 @@ CacheReadResult read_index_cache(platform::File& file, std::string_view scope,
     Batch batch;
     std::uint64_t estimate = 0;
     for (std::uint32_t i = 0; i < counts.entries; ++i) {
-        if (cancel.load()) return CacheReadResult::kCancelled;
+        if (cancel) return CacheReadResult::kCancelled;
         result = read_record(input, estimate, batch);
         if (result != CacheReadResult::kComplete) return result;
         if (batch.size() == kShardEntries) publish_shard(*index, batch);
     }
     if (input.has(1) || input.failed()) return CacheReadResult::kNotUsable;
     publish_shard(*index, batch);
-    index->complete.store(counts.limited == 0);
+    index->complete = counts.limited == 0;
     out = {index, counts.skipped, counts.limited};
     return CacheReadResult::kComplete;
 }

@@ -90,15 +90,16 @@ public:
         used_ = 0;
     }
 
-    // Before the file takes the place of another: a name that survives a power cut without its
-    // bytes would be worse than none.
+    // Called before the file replaces another. Otherwise a power cut could leave the new name and
+    // none of the bytes, and the old cache would be gone as well.
     void flush_to_disk() {
         if (!failed_) failed_ = file_.flush() != platform::kSuccess;
     }
 
 private:
-    // Whole vectors, with kTextPadding bytes behind both texts: most folders take a few of them,
-    // and a call of memcpy for each costs as much again as the copying.
+    // Copies in steps of kTextPadding bytes, up to so many past the end of the text; both sides
+    // have that room. Most texts are a few steps long, and a call of memcpy for each would take
+    // twice the time.
     static void copy_padded(std::string_view from, char* to) {
         for (std::size_t at = 0; at < from.size(); at += kTextPadding) {
             std::memcpy(to + at, from.data() + at, kTextPadding);
@@ -124,8 +125,9 @@ private:
     bool failed_ = false;
 };
 
-// The texts of `next` are prefetched, a line for each record written: without that a quarter of the
-// time went into waiting for them. `stored` is room for the texts of a shard.
+// Each record that is written also prefetches a cache line of the next shard's texts: without that
+// a quarter of the time went into waiting for memory. `stored` is scratch room for the texts of
+// this shard in their stored spelling; it is kept from shard to shard.
 void write_shard(const Shard& shard, const Shard& next, std::vector<char>& stored, Output& output) {
     const char* const ahead = next.texts().data();
     const std::string_view texts = shard.texts();
@@ -157,7 +159,7 @@ void write_contents(const CacheContents& contents, const std::atomic<bool>& canc
     std::vector<char> stored;
     const ShardList& shards = snapshot.shards;
     for (std::size_t i = 0; i < shards.size(); ++i) {
-        if (cancel.load() || output.failed()) return;
+        if (cancel || output.failed()) return;
         write_shard(*shards[i], *shards[std::min(i + 1, shards.size() - 1)], stored, output);
     }
 }
@@ -168,7 +170,7 @@ bool write_file(TemporaryFile& temporary, const CacheContents& contents,
     Output output(temporary);
     write_contents(contents, cancel, output);
     output.flush();
-    if (!cancel.load()) output.flush_to_disk();
+    if (!cancel) output.flush_to_disk();
     return !output.failed();
 }
 
@@ -184,7 +186,7 @@ CacheWriteResult write_index_cache(TemporaryFile& temporary, const CacheContents
     // What only the closing reports is not looked at: every byte was taken by then.
     temporary.file().close();
     if (!written) return CacheWriteResult::kWriteFailed;
-    if (cancel.load()) return CacheWriteResult::kCancelled;
+    if (cancel) return CacheWriteResult::kCancelled;
     const platform::Error error = temporary.replace_cache(cancel);
     return error == platform::kSuccess ? CacheWriteResult::kReplaced
                                        : CacheWriteResult::kReplaceFailed;

@@ -16,7 +16,7 @@ void publish_shard(Index& index, Batch& batch) {
 
 Snapshot take_snapshot(const Index& index) {
     platform::MutexLock lock(index.mutex);
-    return {index.shards, index.entry_count, index.complete.load()};
+    return {index.shards, index.entry_count, index.complete};
 }
 
 std::uint32_t entry_count(const Index& index) noexcept {

@@ -119,7 +119,7 @@ void run_listing(const ListingJob& job) noexcept {
     if (state == SS_QUERY_RUNNING) {
         search(query, job.arguments);
     } else {
-        query.state.exchange(state);
+        query.state = state;
     }
 }
 

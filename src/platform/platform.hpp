@@ -139,9 +139,10 @@ struct FileInformation {
     std::uint64_t last_write;  // 100-nanosecond intervals since 1601-01-01 UTC
 };
 
-// Size and last write time of the item itself, links not followed. A found path; where nothing is
-// found under it, and it would be read otherwise as a given one, that is asked for as well: what
-// was found below the folder "x." of a host has that text in its path. Throws std::bad_alloc.
+// Size and last write time of the item itself, links not followed. A found path. When nothing is
+// there, the path is tried once more as a given one: a host may have chosen the folder "C:\docs.",
+// which the system reads as "C:\docs", and then the paths of all its entries begin with
+// "C:\docs.\", where nothing is. Throws std::bad_alloc.
 Error file_information(const char16_t* path, FileInformation& out);
 
 // The system's sentence for an error number, UTF-8, without a line end. Throws std::bad_alloc.
