@@ -127,8 +127,7 @@ TEST_F(FileRetry, removal_is_tried_for_two_seconds) {
 }
 
 TEST_F(FileRetry, time_that_ended_attempts_took_counts) {
-    simulated::on_platform_call(
-        1, kRemoveFile, [] { platform::sleep(500); }, kFromNowOn);
+    simulated::on_platform_call(1, kRemoveFile, [] { platform::sleep(500); }, kFromNowOn);
     simulated::fail_platform_call(1, platform::kOperationAborted, kRemoveFile, kFromNowOn);
     remove();
     EXPECT_EQ(simulated::platform_calls(kRemoveFile), 4u);
