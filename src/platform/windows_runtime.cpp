@@ -72,7 +72,7 @@ ExceptionScope::ExceptionScope() noexcept {
     const DWORD slot = acquire_record_slot();
     if (slot == TLS_OUT_OF_INDEXES) return;
     outer_ = record_of_this_thread(slot);
-    ready_ = TlsSetValue(slot, record) != 0;
+    ready_ = TlsSetValue(slot, static_cast<void*>(record)) != 0;
 }
 
 ExceptionScope::~ExceptionScope() {
