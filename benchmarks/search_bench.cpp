@@ -15,6 +15,7 @@
 #include "method.hpp"
 #include "query/scan.hpp"
 #include "rules/query/reference_search.hpp"
+#include "sweep.hpp"
 #include "system_search.h"
 
 namespace system_search::bench {
@@ -27,13 +28,13 @@ struct Row {
     std::uint32_t kind;
 };
 
-// The longest time, in milliseconds. Beyond a million entries what a query touches leaves the
-// processor's cache, and whole paths and many stars touch the most.
-double aim_of(const Row& row, std::size_t entries) {
-    if (entries <= 1'000'000) return 7;
-    const bool touches_most =
-        (row.flags & SS_MATCH_PATH) != 0 || std::strcmp(row.sort, "many stars") == 0;
-    return touches_most ? 16 : 11;
+// The longest times, in milliseconds for a million entries.
+constexpr double kNameAim = 11;
+constexpr double kPathAim = 25;
+constexpr Spread kSweepAim = {1, 4, 25};
+
+double millions(const Corpus& corpus) {
+    return static_cast<double>(corpus.entries.size()) / 1e6;
 }
 constexpr double kEstimateAim = 0.28;
 constexpr double kWorstAim = 1.0;
@@ -63,6 +64,10 @@ constexpr Row kRows[] = {
     {"wildcard", "lib*.so*", 0, 0},
     {"wildcard", "re?d*", 0, 0},
     {"wildcard", "????.*", 0, 0},
+    {"wildcard", "*re?ort*", 0, 0},
+    {"wildcard", "*.??", 0, 0},
+    {"wildcard", "????", 0, 0},
+    {"wildcard", "*?e*", 0, 0},
     {"many stars", "*a*b*c*", 0, 0},
     {"many stars", "*e*r*t*n*", 0, 0},
     {"ordinary", "jpg", 0, 0},
@@ -87,6 +92,10 @@ constexpr Row kRows[] = {
     {"ordinary, path", "c:/usr/lib/*.so", SS_MATCH_PATH, 0},
     {"path wildcard", "*/doc/*.gz", SS_MATCH_PATH, 0},
     {"path wildcard", "c:/usr/*/python*", SS_MATCH_PATH, 0},
+    {"path wildcard", "*.h?", SS_MATCH_PATH, 0},
+    {"path wildcard", "*report?*", SS_MATCH_PATH, 0},
+    {"path wild., case", "*/R?ADME*", SS_MATCH_PATH | SS_MATCH_CASE, 0},
+    {"path wildcard", "*?/bin/*", SS_MATCH_PATH, 0},
     {"path, many stars", "*a*b*c*", SS_MATCH_PATH, 0},
 };
 
@@ -97,10 +106,10 @@ struct Result {
 
 Result search(const ShardList& shards, const Row& row, std::uint32_t limit) {
     const std::atomic<bool> cancel{false};
-    Candidates candidates(limit);
+    TopK top_k(limit);
     Result result;
-    scan(shards, Pattern(row.text, row.flags), row.kind, cancel, candidates, result.matched);
-    result.entries = candidates.take_sorted();
+    scan(shards, Pattern(row.text, row.flags), row.kind, cancel, top_k, result.matched);
+    result.entries = top_k.take_sorted();
     return result;
 }
 
@@ -174,9 +183,83 @@ double worst_share() {
         {share_of_estimate(shortest), share_of_estimate(own_folders), share_of_estimate(longest)});
 }
 
-int run(std::size_t count, std::uint32_t limit, const char* only_text) {
+// Every answer is held against the reference before the first text is timed. Returns whether all
+// were right.
+bool run_sweep(const Corpus& corpus, const std::vector<Entry>& reference_entries,
+               const ShardList& shards, std::size_t count, std::uint32_t limit) {
+    const std::vector<SweepText> texts = make_sweep(corpus, count);
+    std::vector<double> reference_ms;
+    for (const SweepText& text : texts) {
+        const Row row{"sweep", text.text.c_str(), text.flags, 0};
+        const double start = thread_ms();
+        const reference::Answer answer =
+            reference::search(reference_entries, text.text, text.flags, 0, limit);
+        reference_ms.push_back(thread_ms() - start);
+        if (same(search(shards, row, limit), answer)) continue;
+        std::printf("WRONG: %s\n", shown(text).c_str());
+        return false;
+    }
+
+    std::vector<double> times;
+    std::vector<double> slowness;  // the time as a share of the reference's
+    for (const SweepText& text : texts) {
+        const Row row{"sweep", text.text.c_str(), text.flags, 0};
+        const Times own = measure(5, thread_ms, [&] { search(shards, row, limit); });
+        slowness.push_back(own.median_ms / reference_ms[times.size()]);
+        times.push_back(own.median_ms);
+    }
+    const Spread spread = spread_of(times);
+    const Spread beside = spread_of(slowness);
+    const double scale = millions(corpus);
+    std::printf("\nsweep of %zu texts     median %.3f ms, 90 of 100 %.3f, worst %.3f; ", count,
+                spread.median, spread.ninety, spread.worst);
+    std::printf("aims %.3g, %.3g, %.3g%s\n", scale * kSweepAim.median, scale * kSweepAim.ninety,
+                scale * kSweepAim.worst,
+                spread.median <= scale * kSweepAim.median &&
+                        spread.ninety <= scale * kSweepAim.ninety &&
+                        spread.worst <= scale * kSweepAim.worst
+                    ? ""
+                    : "  MISSED");
+    std::printf("as fast as the reference, times: median %.0f, slowest tenth %.0f, worst %.1f\n",
+                1 / beside.median, 1 / beside.ninety, 1 / beside.worst);
+    write_figure("sweep, median", "ms", spread.median);
+    write_figure("sweep, 90 of 100", "ms", spread.ninety);
+    write_figure("sweep, worst", "ms", spread.worst);
+
+    std::vector<std::size_t> order(texts.size());
+    for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+    std::sort(order.begin(), order.end(),
+              [&](std::size_t a, std::size_t b) { return times[a] > times[b]; });
+    order.resize(std::min<std::size_t>(order.size(), 10));
+    for (const std::size_t i : order) {
+        std::printf("  %8.3f ms, reference %6.1f  %s\n", times[i], reference_ms[i],
+                    shown(texts[i]).c_str());
+    }
+    return true;
+}
+
+struct Options {
+    std::size_t entries = 1'000'000;
+    std::uint32_t limit = 100;
+    std::size_t sweep = 600;
+    const char* only_text = nullptr;
+    const char* names_file = nullptr;
+};
+
+// A line for each entry, with its kind before its path.
+int write_names(const Options& options) {
+    std::ofstream out(options.names_file, std::ios::binary);
+    for (const CorpusEntry& entry : load_corpus(options.entries).entries) {
+        out << entry.kind << entry.path << '\n';
+    }
+    return out.flush() ? 0 : 1;
+}
+
+int run(const Options& options) {
+    const std::uint32_t limit = options.limit;
+    const char* const only_text = options.only_text;
     print_method();
-    const Corpus corpus = load_corpus(count);
+    const Corpus corpus = load_corpus(options.entries);
     std::uint64_t estimate = 0;
     std::vector<Entry> reference_entries;
     reference_entries.reserve(corpus.entries.size());
@@ -233,7 +316,8 @@ int run(std::size_t count, std::uint32_t limit, const char* only_text) {
             reference::search(reference_entries, row.text, row.flags, row.kind, limit);
         });
         write_figure(std::string(row.sort) + " " + row.text, own);
-        const double aim = aim_of(row, corpus.entries.size());
+        const bool is_path = (row.flags & SS_MATCH_PATH) != 0;
+        const double aim = millions(corpus) * (is_path ? kPathAim : kNameAim);
         const bool kept = own.median_ms <= aim;
         std::printf("%-17s %-17s %9u %9.3f (%7.3f - %7.3f) %5.0f %9.1f", row.sort, row.text,
                     result.matched, own.median_ms, own.least_ms, own.most_ms, aim,
@@ -250,7 +334,11 @@ int run(std::size_t count, std::uint32_t limit, const char* only_text) {
         std::fflush(stdout);
         missed += kept ? 0 : 1;
     }
-    std::printf("\n%s, %d aims missed\n", correct ? "all answers right" : "WRONG ANSWERS", missed);
+    if (correct && only_text == nullptr && options.sweep != 0) {
+        correct = run_sweep(corpus, reference_entries, shards, options.sweep, limit);
+    }
+    std::printf("\n%s, %d aims of rows missed\n", correct ? "all answers right" : "WRONG ANSWERS",
+                missed);
     return correct ? 0 : 1;
 }
 
@@ -258,16 +346,17 @@ int run(std::size_t count, std::uint32_t limit, const char* only_text) {
 }  // namespace system_search::bench
 
 int main(int argc, char** argv) {
-    std::size_t entries = 1'000'000;
-    std::uint32_t limit = 100;
-    const char* only_text = nullptr;
+    system_search::bench::Options options;
     for (int i = 1; i + 1 < argc; i += 2) {
-        if (std::strcmp(argv[i], "--entries") == 0)
-            entries = std::strtoull(argv[i + 1], nullptr, 10);
-        if (std::strcmp(argv[i], "--text") == 0) only_text = argv[i + 1];
-        if (std::strcmp(argv[i], "--limit") == 0) {
-            limit = static_cast<std::uint32_t>(std::strtoul(argv[i + 1], nullptr, 10));
-        }
+        const char* const value = argv[i + 1];
+        const auto number = std::strtoull(value, nullptr, 10);
+        if (std::strcmp(argv[i], "--entries") == 0) options.entries = number;
+        if (std::strcmp(argv[i], "--limit") == 0)
+            options.limit = static_cast<std::uint32_t>(number);
+        if (std::strcmp(argv[i], "--sweep") == 0) options.sweep = number;
+        if (std::strcmp(argv[i], "--text") == 0) options.only_text = value;
+        if (std::strcmp(argv[i], "--names") == 0) options.names_file = value;
     }
-    return system_search::bench::run(entries, limit, only_text);
+    if (options.names_file != nullptr) return system_search::bench::write_names(options);
+    return system_search::bench::run(options);
 }

@@ -4,7 +4,6 @@
 #include "index/text_hash.hpp"
 
 namespace system_search {
-Batch::Batch() : names_(kNamesStart, '\0') {}
 
 void Batch::add(std::string_view folder, std::string_view name, std::uint32_t kind) {
     const bool meet_at_separator = folder.empty() || folder.back() == '/';
@@ -24,12 +23,9 @@ void Batch::add(std::string_view path, std::uint32_t kind) {
 void Batch::add_split(std::string_view folder, std::string_view name, std::uint32_t kind) {
     if (runs_.empty() || !equal_bytes(folder_of(runs_.back()), folder)) begin_run(folder);
     const std::size_t entry = name_starts_.size();
-    const std::size_t start = names_.size();
-    name_starts_.push_back(static_cast<std::uint32_t>(start - kNamesStart));
+    name_starts_.push_back(static_cast<std::uint32_t>(names_.size()));
     folder_bits_[entry / 64] |= std::uint64_t{kind == kKindFolder} << entry % 64;
     names_.append(name);
-    const std::string_view kept = std::string_view(names_).substr(start);
-    extension_numbers_.push_back(extensions_.number_of(extension_of(kept)));
 }
 
 void Batch::begin_run(std::string_view folder) {
@@ -54,10 +50,8 @@ void Batch::begin_run(std::string_view folder) {
 void Batch::clear() {
     folder_texts_.clear();
     runs_.clear();
-    names_.resize(kNamesStart);
+    names_.clear();
     name_starts_.clear();
-    extensions_.clear();
-    extension_numbers_.clear();
     folder_bits_.fill(0);
     slots_.fill(0);
 }

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "index/entry.hpp"
-#include "index/extension.hpp"
 
 namespace system_search {
 
@@ -23,13 +22,10 @@ struct FolderRun {
     std::uint16_t first;  // the first entry
 };
 
-// Collects what a shard is made of: each different folder once, each name once, and what
-// every name ends with. Belongs to one
+// Collects what a shard is made of: each different folder once, and the names. Belongs to one
 // thread. Its memory is kept from shard to shard.
 class Batch {
 public:
-    Batch();
-
     // The path is `folder` followed by `name`, not empty and at most kMaxPathBytes together. It is
     // divided at its last "/", wherever the two parts meet: that they are two only saves a caller
     // that has them from joining them. For a batch of less than kShardEntries. Throws
@@ -43,10 +39,12 @@ public:
 
     std::string_view folder_texts() const { return folder_texts_; }
     const std::vector<FolderRun>& runs() const { return runs_; }
-    std::string_view names() const { return std::string_view(names_).substr(kNamesStart); }
+    std::string_view names() const { return names_; }
     const std::vector<std::uint32_t>& name_starts() const { return name_starts_; }  // in names()
-    const std::vector<std::uint8_t>& extension_numbers() const { return extension_numbers_; }
-    const std::vector<Extension>& extensions() const { return extensions_.all(); }
+    std::string_view name(std::size_t entry) const {
+        const std::size_t end = entry + 1 < size() ? name_starts_[entry + 1] : names_.size();
+        return names().substr(name_starts_[entry], end - name_starts_[entry]);
+    }
     // One bit per entry that is a folder.
     const std::array<std::uint64_t, kShardEntries / 64>& folder_bits() const {
         return folder_bits_;
@@ -61,12 +59,8 @@ private:
 
     std::string folder_texts_;
     std::vector<FolderRun> runs_;
-    // Behind a few bytes that may be read before the first name.
-    static constexpr std::size_t kNamesStart = sizeof(Extension);
     std::string names_;
     std::vector<std::uint32_t> name_starts_;
-    ExtensionNumbers extensions_;
-    std::vector<std::uint8_t> extension_numbers_;
     std::array<std::uint64_t, kShardEntries / 64> folder_bits_{};
 
     // Finds a folder again that an earlier run was in: a hash table of the first run in each

@@ -6,11 +6,11 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
+#include <span>
 #include <string_view>
-#include <vector>
 
 namespace system_search {
 
@@ -34,11 +34,16 @@ constexpr std::uint64_t fold_eight(std::uint64_t bytes) {
 
 }  // namespace detail
 
-// Of a name as stored. The 8 bytes before its end must be readable, whatever its length.
+// Of a name as stored.
 inline Extension extension_of(std::string_view name) {
     using detail::kOnes;
-    std::uint64_t last;  // the name's last bytes, the very last one highest
-    std::memcpy(&last, name.data() + name.size() - sizeof last, sizeof last);
+    std::uint64_t last = 0;  // the name's last bytes, the very last one highest
+    if (name.size() >= sizeof last) {
+        std::memcpy(&last, name.data() + name.size() - sizeof last, sizeof last);
+    } else {
+        std::memcpy(reinterpret_cast<char*>(&last) + sizeof last - name.size(), name.data(),
+                    name.size());
+    }
     constexpr std::uint64_t kLow = 0x7F * kOnes;
     const std::uint64_t other = last ^ '.' * kOnes;
     const std::uint64_t dots = ~(((other & kLow) + kLow) | other | kLow);  // 0x80 in those bytes
@@ -62,23 +67,20 @@ public:
         for (std::size_t slot = extension * 0x9E3779B97F4A7C15 >> (64 - kSlotBits);; ++slot) {
             std::uint8_t& number = numbers_[slot % sizeof numbers_];
             if (number == 0) {
-                if (all_.size() == kMaxExtensions) return 0;
-                all_.push_back(extension);
-                return number = static_cast<std::uint8_t>(all_.size());
+                if (count_ == kMaxExtensions) return 0;
+                all_[count_++] = extension;
+                return number = static_cast<std::uint8_t>(count_);
             }
             if (all_[number - 1u] == extension) return number;
         }
     }
-    const std::vector<Extension>& all() const { return all_; }
-    void clear() {
-        all_.clear();
-        std::fill(std::begin(numbers_), std::end(numbers_), 0);
-    }
+    std::span<const Extension> all() const { return {all_, count_}; }
 
 private:
     static constexpr unsigned kSlotBits = 9;  // twice the extensions, so that a free slot is near
 
-    std::vector<Extension> all_;
+    Extension all_[kMaxExtensions];
+    std::size_t count_ = 0;
     std::uint8_t numbers_[1u << kSlotBits] = {};  // a hash table; 0 is free
 };
 

@@ -26,14 +26,14 @@ void store(char* to, __m128i vector) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), vector);
 }
 
-// Folds 16 bytes in place. Returns a bit for each that was a capital.
+// Folds 16 bytes in place. Returns a bit for each that was an uppercase letter.
 unsigned fold_vector(char* text) {
     const __m128i bytes = load(text);
     // Signed, so that bytes from 0x80 on are below "A".
-    const __m128i capitals = _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8('A' - 1)),
-                                           _mm_cmplt_epi8(bytes, _mm_set1_epi8('Z' + 1)));
-    store(text, _mm_or_si128(bytes, _mm_and_si128(capitals, _mm_set1_epi8('a' ^ 'A'))));
-    return static_cast<unsigned>(_mm_movemask_epi8(capitals));
+    const __m128i uppercase = _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8('A' - 1)),
+                                            _mm_cmplt_epi8(bytes, _mm_set1_epi8('Z' + 1)));
+    store(text, _mm_or_si128(bytes, _mm_and_si128(uppercase, _mm_set1_epi8('a' ^ 'A'))));
+    return static_cast<unsigned>(_mm_movemask_epi8(uppercase));
 }
 
 // All ones in those of 16 bytes whose bit is set.
@@ -46,8 +46,8 @@ __m128i spread(unsigned bits) {
     return _mm_cmpeq_epi8(_mm_and_si128(bytes, bit_of_byte), bit_of_byte);
 }
 
-// The bytes of a bitmap of capitals, whole vectors of texts.
-std::size_t capitals_bytes(std::size_t text_bytes) {
+// The bytes of a bitmap of uppercase letters, whole vectors of texts.
+std::size_t uppercase_bytes(std::size_t text_bytes) {
     return (text_bytes + kVector - 1) / kVector * (kVector / 8);
 }
 
@@ -84,7 +84,7 @@ void Shard::for_sections(Visit visit) {
     visit(runs_, std::size_t{run_count_} + 1);
     visit(name_starts_, std::size_t{size_} + 1);
     visit(extension_numbers_, size_);
-    visit(capitals_, capitals_bytes(text_bytes_));
+    visit(uppercase_, uppercase_bytes(text_bytes_));
     visit(texts_, text_bytes_);
     visit(padding_, kTextPadding);
 }
@@ -93,8 +93,14 @@ Shard::Shard(const Batch& batch)
     : size_(static_cast<std::uint32_t>(batch.size())),
       words_((size_ + 63) / 64),
       run_count_(static_cast<std::uint32_t>(batch.runs().size())),
-      extension_count_(static_cast<std::uint32_t>(batch.extensions().size())),
       text_bytes_(batch.folder_texts().size() + batch.names().size()) {
+    ExtensionNumbers extensions;
+    std::uint8_t extension_numbers[kShardEntries];
+    for (std::uint32_t i = 0; i < size_; ++i) {
+        extension_numbers[i] = extensions.number_of(extension_of(batch.name(i)));
+    }
+    extension_count_ = static_cast<std::uint32_t>(extensions.all().size());
+
     for_sections(
         [&](auto*& section, std::size_t count) { block_bytes_ += sizeof *section * count; });
     block_ = std::make_unique_for_overwrite<std::byte[]>(block_bytes_);
@@ -106,9 +112,8 @@ Shard::Shard(const Batch& batch)
 
     FolderRun* const closing = std::copy(batch.runs().begin(), batch.runs().end(), runs_);
     *closing = {0, 0, static_cast<std::uint16_t>(size_)};
-    std::copy(batch.extensions().begin(), batch.extensions().end(), extensions_);
-    std::copy(batch.extension_numbers().begin(), batch.extension_numbers().end(),
-              extension_numbers_);
+    std::copy(extensions.all().begin(), extensions.all().end(), extensions_);
+    std::copy_n(extension_numbers, size_, extension_numbers_);
     fill_texts(batch);
     fill_signatures(batch);
     fill_folder_bigrams();
@@ -127,13 +132,13 @@ void Shard::fill_texts(const Batch& batch) {
     name_starts_[size_] = static_cast<std::uint32_t>(text_bytes_);
 
     std::memset(padding_, 0, kTextPadding);
-    char* capitals = capitals_;
+    char* uppercase = uppercase_;
     for (std::size_t at = 0; at < text_bytes_; at += kVector) {
         const auto bits = static_cast<std::uint16_t>(fold_vector(texts_ + at));
-        std::memcpy(capitals, &bits, sizeof bits);
-        capitals += sizeof bits;
+        std::memcpy(uppercase, &bits, sizeof bits);
+        uppercase += sizeof bits;
     }
-    if (capitals != texts_) throw std::logic_error("A section of a shard has another size.");
+    if (uppercase != texts_) throw std::logic_error("A section of a shard has another size.");
 }
 
 void Shard::fill_signatures(const Batch& batch) {
@@ -143,7 +148,7 @@ void Shard::fill_signatures(const Batch& batch) {
         const std::uint64_t mask = std::uint64_t{1} << i % 64;
         const std::string_view name = folded_name(i);
         for_signature_bits(name, [&](unsigned bit) { word[std::size_t{bit} * words_] |= mask; });
-        if (has_capitals(name)) word[std::size_t{kCapitalBit} * words_] |= mask;
+        if (has_uppercase(name)) word[std::size_t{kUppercaseBit} * words_] |= mask;
     }
     std::copy_n(batch.folder_bits().begin(), words_,
                 signatures_ + std::size_t{kFolderBit} * words_);
@@ -193,10 +198,10 @@ const FolderRun& Shard::run_of(std::uint32_t entry) const {
              1);
 }
 
-bool Shard::has_capitals(std::string_view folded) const {
+bool Shard::has_uppercase(std::string_view folded) const {
     const auto start = static_cast<std::size_t>(folded.data() - texts_);
     for (std::size_t at = 0; at < folded.size(); at += kVector) {
-        if ((bits_at(capitals_, start + at) & first_bits(folded.size() - at)) != 0) return true;
+        if ((bits_at(uppercase_, start + at) & first_bits(folded.size() - at)) != 0) return true;
     }
     return false;
 }
@@ -204,9 +209,9 @@ bool Shard::has_capitals(std::string_view folded) const {
 void Shard::restore(std::string_view folded, char* out) const {
     const auto start = static_cast<std::size_t>(folded.data() - texts_);
     for (std::size_t at = 0; at < folded.size(); at += kVector) {
-        const __m128i capitals = spread(bits_at(capitals_, start + at));
+        const __m128i uppercase = spread(bits_at(uppercase_, start + at));
         store(out + at, _mm_xor_si128(load(folded.data() + at),
-                                      _mm_and_si128(capitals, _mm_set1_epi8('a' ^ 'A'))));
+                                      _mm_and_si128(uppercase, _mm_set1_epi8('a' ^ 'A'))));
     }
 }
 
@@ -239,16 +244,16 @@ int compare_folded(std::string_view a_folder, std::string_view a_name, std::stri
 
 }  // namespace
 
-// Of stored texts that fold alike, that one comes first which has the first capital that the other
-// has not: capitals come before small letters.
+// Of stored texts that fold alike, that one comes first which has the first uppercase letter that
+// the other has not: uppercase letters come before lowercase ones.
 int Shard::compare_stored(const Shard& a, std::string_view a_folded, const Shard& b,
                           std::string_view b_folded) {
-    const auto capital = [](const Shard& shard, const char* at) {
-        return bits_at(shard.capitals_, static_cast<std::size_t>(at - shard.texts_)) & 1;
+    const auto uppercase = [](const Shard& shard, const char* at) {
+        return bits_at(shard.uppercase_, static_cast<std::size_t>(at - shard.texts_)) & 1;
     };
     for (std::size_t i = 0; i < a_folded.size(); ++i) {
-        const unsigned of_a = capital(a, a_folded.data() + i);
-        const unsigned of_b = capital(b, b_folded.data() + i);
+        const unsigned of_a = uppercase(a, a_folded.data() + i);
+        const unsigned of_b = uppercase(b, b_folded.data() + i);
         if (of_a != of_b) return of_a != 0 ? -1 : 1;
     }
     return 0;

@@ -1,8 +1,8 @@
 // A shard: at most 1024 neighbouring entries, never changed once built.
 //
 // An entry is a number, its name, its kind and its folder; there is no record per entry. All texts
-// are kept folded, each once, with one bit for each of their bytes that tells whether it was a
-// capital: that restores what was stored. Everything lies in one exactly sized block:
+// are kept folded, each once, with one bit for each of their bytes that tells whether it was an
+// uppercase letter: that restores what was stored. Everything lies in one exactly sized block:
 //
 //   signatures   kSignatureBits bitmaps with one bit per entry, see index/signature.hpp
 //   folder bigrams  uint64[64], which pairs of neighbouring bytes the folders hold
@@ -10,7 +10,7 @@
 //   runs         FolderRun[runs + 1]: neighbours of one folder; the last one closes them
 //   name starts  uint32[n + 1], positions in the texts
 //   extension numbers  uint8[n]: 1 is the first of the extensions, 0 is none
-//   capitals     one bit per byte of the texts
+//   uppercase    one bit per byte of the texts
 //   texts        every different folder once, then the names in the order of the entries
 //   padding      so that vectors may be loaded from any byte of any text
 //
@@ -26,6 +26,7 @@
 
 #include "index/batch.hpp"
 #include "index/entry.hpp"
+#include "index/extension.hpp"
 
 namespace system_search {
 
@@ -75,7 +76,7 @@ public:
     }
 
     // Whether a folded text of this shard differs from what was stored.
-    bool has_capitals(std::string_view folded) const;
+    bool has_uppercase(std::string_view folded) const;
     // Writes what was stored for a folded text of this shard, and garbage behind it: `out` needs
     // room for kTextPadding bytes more.
     void restore(std::string_view folded, char* out) const;
@@ -114,7 +115,7 @@ private:
     FolderRun* runs_;
     std::uint32_t* name_starts_;
     std::uint8_t* extension_numbers_;
-    char* capitals_;
+    char* uppercase_;
     char* texts_;
     char* padding_;
 };

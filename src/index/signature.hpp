@@ -16,8 +16,10 @@ namespace system_search {
 
 inline constexpr unsigned kSignatureBits = 160;
 
-inline constexpr unsigned kFolderBit = 0;   // the entry is a folder
-inline constexpr unsigned kCapitalBit = 1;  // the name as stored holds a capital
+inline constexpr unsigned kFolderBit = 0;     // the entry is a folder
+inline constexpr unsigned kUppercaseBit = 1;  // the name as stored holds an uppercase letter
+inline constexpr unsigned kFirstBitBeyondAscii =
+    56;  // from here to kByteClasses: bytes from 0x80 on
 inline constexpr unsigned kFirstBigramBit = 64;
 inline constexpr unsigned kByteClasses = 64;
 
@@ -37,7 +39,8 @@ static_assert(kBigramsWithOwnBit.size() == 64);
 constexpr std::array<std::uint8_t, 256> byte_bits() {
     std::array<std::uint8_t, 256> bits{};
     for (unsigned byte = 1; byte < 256; ++byte) {
-        bits[byte] = static_cast<std::uint8_t>(byte < 0x80 ? 51 + byte % 5 : 56 + byte % 8);
+        bits[byte] = static_cast<std::uint8_t>(byte < 0x80 ? 51 + byte % 5
+                                                           : kFirstBitBeyondAscii + byte % 8);
     }
     for (std::size_t i = 0; i < kBytesWithOwnBit.size(); ++i) {
         bits[static_cast<unsigned char>(kBytesWithOwnBit[i])] = static_cast<std::uint8_t>(2 + i);

@@ -1,13 +1,12 @@
 // One bit per entry of a shard.
 #pragma once
 
-#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <cstdint>
 
-#include "common/bytes.hpp"
 #include "index/shard.hpp"
+#include "index/signature.hpp"
 
 namespace system_search {
 
@@ -25,8 +24,8 @@ inline std::uint32_t count_bits(const Shard& shard, const EntryBits& bits) {
 template <typename Visit>
 void for_bits(const Shard& shard, const EntryBits& bits, Visit visit) {
     for (std::uint32_t word = 0; word < shard.words(); ++word) {
-        for (std::uint64_t rest = bits[word]; rest != 0; rest &= rest - 1) {
-            visit(word * 64 + static_cast<std::uint32_t>(std::countr_zero(rest)));
+        for (std::uint64_t left = bits[word]; left != 0; left &= left - 1) {
+            visit(word * 64 + static_cast<std::uint32_t>(std::countr_zero(left)));
         }
     }
 }
@@ -48,30 +47,30 @@ template <typename Keep>
 void keep_if(EntryBits& bits, std::uint32_t first, std::uint32_t end,
              const std::atomic<bool>& cancel, Keep keep) {
     for_words(first, end, [&](std::uint32_t word, std::uint64_t mask) {
-        for (std::uint64_t rest = bits[word] & mask; rest != 0; rest &= rest - 1) {
+        std::uint64_t refused = 0;
+        for (std::uint64_t left = bits[word] & mask; left != 0; left &= left - 1) {
             if (cancel) return;
-            const auto bit = static_cast<std::uint32_t>(std::countr_zero(rest));
-            bits[word] &= ~(std::uint64_t{!keep(word * 64 + bit)} << bit);
+            const auto bit = static_cast<std::uint32_t>(std::countr_zero(left));
+            refused |= std::uint64_t{!keep(word * 64 + bit)} << bit;
         }
+        bits[word] &= ~refused;
     });
 }
 
-// Clears the bits of a shard for whose entries `keep`, which looks at the name, is false. The
-// names are prefetched: those left by a filter lie too far apart for the processor to guess.
-// Stops when cancelled: the bits then mean nothing.
-template <typename Keep>
-void keep_names_if(const Shard& shard, EntryBits& bits, const std::atomic<bool>& cancel,
-                   Keep keep) {
-    std::uint16_t entries[kShardEntries];
-    std::uint32_t count = 0;
-    for_bits(shard, bits,
-             [&](std::uint32_t entry) { entries[count++] = static_cast<std::uint16_t>(entry); });
-    constexpr std::uint32_t kAhead = 12;
-    for (std::uint32_t i = 0; i < count && !cancel; ++i) {
-        const std::uint32_t ahead = entries[i + kAhead < count ? i + kAhead : count - 1];
-        prefetch_line(shard.folded_name(ahead).data());
-        const std::uint32_t entry = entries[i];
-        bits[entry / 64] &= ~(std::uint64_t{!keep(entry)} << entry % 64);
+// Adds the bits that are set in `more`.
+inline void add_bits(const Shard& shard, const EntryBits& more, EntryBits& bits) {
+    for (std::uint32_t word = 0; word < shard.words(); ++word) bits[word] |= more[word];
+}
+
+// Moves the bits of entries whose names hold a byte beyond ASCII from `bits` to `taken`.
+inline void take_beyond_ascii(const Shard& shard, EntryBits& bits, EntryBits& taken) {
+    for (std::uint32_t word = 0; word < shard.words(); ++word) {
+        std::uint64_t beyond = 0;
+        for (unsigned bit = kFirstBitBeyondAscii; bit < kByteClasses; ++bit) {
+            beyond |= shard.signature(bit)[word];
+        }
+        taken[word] = bits[word] & beyond;
+        bits[word] &= ~beyond;
     }
 }
 

@@ -1,11 +1,15 @@
 // The exported functions of a query. Each is a few lines over what the stages below do:
 //
 //   search            the query thread's routine: scan, results, metadata    search.cpp
-//   pattern           what the query text means                              pattern.cpp
+//   pattern           what the query text means: prefix, segments, suffix    pattern.cpp
 //   scan              shard after shard: match, count, offer                 scan.cpp
+//   name matcher      the names of a shard                                   name_matcher.cpp
+//   path matcher      its paths: each folder once, then the names            path_matcher.cpp
 //   signature filter  which names may match at all                           signature_filter.cpp
-//   name, path and rule matchers    which of them do                         name_matcher.cpp, ...
-//   candidates        the best matches so far                                candidates.cpp
+//   certain matches   which do without a look at them                        certain_matches.cpp
+//   text matcher      the looks: one text                                    text_matcher.cpp
+//   segment, code points    one segment of the pattern in a text             segment.hpp, ...
+//   top-k             the best matches so far                                top_k.cpp
 //   metadata          size and time of a result                              metadata.cpp
 //   query             the fields all of them share, and who writes them      query.hpp
 #include <cstddef>

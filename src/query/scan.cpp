@@ -1,34 +1,23 @@
 #include "query/scan.hpp"
 
-#include <algorithm>
 #include <variant>
 
 #include "index/signature.hpp"
 #include "query/entry_bits.hpp"
 #include "query/name_matcher.hpp"
 #include "query/path_matcher.hpp"
-#include "query/rule_matcher.hpp"
 #include "query/subject.hpp"
 #include "system_search.h"
 
 namespace system_search {
 namespace {
 
-using Matcher = std::variant<NameMatcher, PathMatcher, RuleMatcher>;
+using Matcher = std::variant<NameMatcher, PathMatcher>;
 
-NameTerms whole_pattern(const Pattern& pattern) {
-    NameTerms terms;
-    terms.begin = pattern.prefix;
-    terms.inner = pattern.inner;
-    terms.end = pattern.suffix;
-    terms.match_case = pattern.match_case;
-    return terms;
-}
-
-Matcher matcher_for(const Pattern& pattern, const std::atomic<bool>& cancel) {
-    if (pattern.needs_rule) return Matcher(std::in_place_type<RuleMatcher>, pattern, cancel);
-    if (pattern.match_path) return Matcher(std::in_place_type<PathMatcher>, pattern);
-    return Matcher(std::in_place_type<NameMatcher>, whole_pattern(pattern));
+Matcher matcher_for(const Pattern& pattern) {
+    if (pattern.match_path()) return Matcher(std::in_place_type<PathMatcher>, pattern);
+    return Matcher(std::in_place_type<NameMatcher>, pattern.terms(), pattern.match_case(),
+                   pattern.counts_code_points());
 }
 
 std::uint32_t count_of_kind(const Shard& shard, std::uint32_t kind) {
@@ -50,18 +39,19 @@ void set_bits_of_kind(const Shard& shard, std::uint32_t kind, EntryBits& bits) {
 }  // namespace
 
 bool scan(const ShardList& shards, const Pattern& pattern, std::uint32_t kind,
-          const std::atomic<bool>& cancel, Candidates& candidates, std::uint32_t& matched) {
-    const Matcher matcher = matcher_for(pattern, cancel);
-    const bool takes_all = pattern.matches_everything();
-    Subject subject(pattern.match_case);
+          const std::atomic<bool>& cancel, TopK& top_k, std::uint32_t& matched) {
+    if (!pattern.can_match()) return true;
+    const Matcher matcher = matcher_for(pattern);
+    const bool takes_all = pattern.terms().match_everything();
+    Subject subject(pattern.match_case());
     EntryBits bits;
     for (const std::shared_ptr<const Shard>& shared : shards) {
         if (cancel) return false;
         const Shard& shard = *shared;
         subject.set_shard(shard);
         std::uint32_t found = count_of_kind(shard, kind);
-        // Of a shard whose least entry is no candidate, the number of matches is enough.
-        if (takes_all && !candidates.would_keep({&shard, shard.least()})) {
+        // Of a shard whose least entry would not be kept, the number of matches is enough.
+        if (takes_all && !top_k.would_keep({&shard, shard.least()})) {
             matched += found;
             continue;
         }
@@ -72,8 +62,8 @@ bool scan(const ShardList& shards, const Pattern& pattern, std::uint32_t kind,
             found = count_bits(shard, bits);
         }
         matched += found;
-        if (found == 0 || !candidates.would_keep({&shard, shard.least()})) continue;
-        for_bits(shard, bits, [&](std::uint32_t entry) { candidates.offer({&shard, entry}); });
+        if (found == 0 || !top_k.would_keep({&shard, shard.least()})) continue;
+        for_bits(shard, bits, [&](std::uint32_t entry) { top_k.offer({&shard, entry}); });
     }
     return true;
 }

@@ -3,10 +3,10 @@
 #include <string>
 
 #include "common/guard.hpp"
-#include "query/candidates.hpp"
 #include "query/metadata.hpp"
 #include "query/pattern.hpp"
 #include "query/scan.hpp"
+#include "query/top_k.hpp"
 
 namespace system_search {
 namespace {
@@ -14,11 +14,11 @@ namespace {
 // Returns the run's final state.
 std::uint32_t run(Query& query, const SearchArguments& arguments) {
     const Pattern pattern(arguments.text, arguments.flags);
-    Candidates candidates(arguments.limit);
-    if (!scan(query.shards, pattern, arguments.kind, query.cancel, candidates, query.matched)) {
+    TopK top_k(arguments.limit);
+    if (!scan(query.shards, pattern, arguments.kind, query.cancel, top_k, query.matched)) {
         return SS_QUERY_CANCELLED;
     }
-    const std::vector<EntryRef> best = candidates.take_sorted();
+    const std::vector<EntryRef> best = top_k.take_sorted();
     query.results.reserve(best.size());
     query.metadata.reserve(best.size());
     std::u16string wide_path;

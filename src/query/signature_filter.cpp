@@ -14,18 +14,28 @@ void SignatureFilter::require_bit(unsigned signature_bit) {
     if (place == bits_.end() || *place != signature_bit) bits_.insert(place, signature_bit);
 }
 
-void SignatureFilter::require(std::string_view text, bool begins, bool ends, bool match_case) {
+void SignatureFilter::require(std::string_view segment, bool is_prefix, bool is_suffix) {
     char before = '\0';
-    bool has_before = begins;
-    for (const char byte : text) {
+    bool has_before = is_prefix;
+    for (const char byte : segment) {
+        if (byte == kMark) {
+            has_before = false;
+            continue;
+        }
         const char folded = fold(byte);
         require_bit(byte_bit(folded));
         if (has_before) require_bit(bigram_bit(before, folded));
-        if (match_case && folded != byte) require_bit(kCapitalBit);
+        if (match_case_ && folded != byte) require_bit(kUppercaseBit);
         before = folded;
         has_before = true;
     }
-    if (ends && has_before) require_bit(bigram_bit(before, '\0'));
+    if (is_suffix && has_before) require_bit(bigram_bit(before, '\0'));
+}
+
+void SignatureFilter::require(const Terms& terms) {
+    require(terms.prefix, /*is_prefix=*/true, /*is_suffix=*/!terms.has_star);
+    for (const Segment& segment : terms.inner) require(segment.text(), false, false);
+    if (!terms.suffix.empty()) require(terms.suffix, false, /*is_suffix=*/true);
 }
 
 bool SignatureFilter::apply(const Shard& shard, EntryBits& bits) const {

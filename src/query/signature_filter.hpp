@@ -5,14 +5,19 @@
 #include <vector>
 
 #include "query/entry_bits.hpp"
+#include "query/pattern.hpp"
 
 namespace system_search {
 
 class SignatureFilter {
 public:
-    // Only names that hold this text pass; `begins` and `ends`: that begin or end with it. The text
-    // may be folded or not; with a capital in it, `match_case` asks for one in the name.
-    void require(std::string_view text, bool begins, bool ends, bool match_case);
+    // With `match_case`, an uppercase letter of a required text asks for one in the name.
+    explicit SignatureFilter(bool match_case) : match_case_(match_case) {}
+
+    // Only names that hold the runs of this segment pass: the bytes between its marks. `is_prefix`
+    // and `is_suffix`: names that begin, or end, with the segment.
+    void require(std::string_view segment, bool is_prefix, bool is_suffix);
+    void require(const Terms& terms);
 
     // Clears the bits of entries whose names cannot match. False when none is left.
     bool apply(const Shard& shard, EntryBits& bits) const;
@@ -20,6 +25,7 @@ public:
 private:
     void require_bit(unsigned signature_bit);
 
+    bool match_case_;
     std::vector<unsigned> bits_;  // bigrams first: they tell more apart
 };
 

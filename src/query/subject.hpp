@@ -11,8 +11,8 @@
 
 namespace system_search {
 
-// Scratch of one thread. What name() and folder() return is good until the next call of the same
-// function, and kTextPadding bytes behind it may be read.
+// Scratch of one thread. What name(), folder() and path() return is good until the next call of the
+// same function, and kTextPadding bytes behind it may be read.
 class Subject {
 public:
     explicit Subject(bool as_stored) : as_stored_(as_stored) {}
@@ -22,12 +22,12 @@ public:
 
     std::string_view name(std::uint32_t entry) {
         const std::string_view folded = shard_->folded_name(entry);
-        const bool is_folded = !as_stored_ || !shard_->has(kCapitalBit, entry);
+        const bool is_folded = !as_stored_ || !shard_->has(kUppercaseBit, entry);
         return is_folded ? folded : restored(folded, name_);
     }
     std::string_view path(const FolderRun& run, std::uint32_t entry) {
-        path_.assign(folder(run)).append(name(entry));
-        return path_;
+        path_.assign(folder(run)).append(name(entry)).append(kTextPadding, '\0');
+        return std::string_view(path_).substr(0, path_.size() - kTextPadding);
     }
     std::string_view folder(const FolderRun& run) {
         const std::string_view folded = shard_->folded_folder(run);

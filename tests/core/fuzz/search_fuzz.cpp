@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "index/index.hpp"
-#include "query/candidates.hpp"
 #include "query/pattern.hpp"
 #include "query/scan.hpp"
+#include "query/top_k.hpp"
 #include "rules/query/reference_search.hpp"
 
 using namespace system_search;
@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t byte
     const std::uint32_t limit = 1 + data[2] % 20;
     const std::size_t shard_entries = 1 + data[3] % 40;
     input.remove_prefix(5);
-    const std::size_t pattern_bytes = std::min<std::size_t>(data[4] % 24, input.size());
+    const std::size_t pattern_bytes = std::min<std::size_t>(data[4] % 96, input.size());
     std::string text(input.substr(0, pattern_bytes));
     text.resize(text.find('\0') == std::string::npos ? text.size() : text.find('\0'));
     input.remove_prefix(pattern_bytes);
@@ -64,11 +64,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t byte
 
     const reference::Answer wanted = reference::search(entries, text, flags, kind, limit);
     const Pattern pattern(text, flags);
-    Candidates candidates(limit);
+    TopK top_k(limit);
     const std::atomic<bool> cancel{false};
     std::uint32_t matched = 0;
-    require(scan(shards, pattern, kind, cancel, candidates, matched), "it was cancelled");
-    const std::vector<EntryRef> results = candidates.take_sorted();
+    require(scan(shards, pattern, kind, cancel, top_k, matched), "it was cancelled");
+    const std::vector<EntryRef> results = top_k.take_sorted();
     require(matched == wanted.matched, "the count of matches");
     require(results.size() == wanted.results.size(), "the count of results");
     for (std::size_t i = 0; i < results.size(); ++i) {

@@ -38,9 +38,8 @@ TEST(ExtensionNumbers, number_each_different_extension_once) {
     EXPECT_EQ(numbers.number_of(6), 0) << "one too many";
     for (std::uint64_t i = 1; i <= kMaxExtensions; ++i) ASSERT_EQ(numbers.number_of(i * 7), i);
     EXPECT_EQ(numbers.all().size(), kMaxExtensions);
-    numbers.clear();
-    EXPECT_EQ(numbers.number_of(6), 1);
-    EXPECT_EQ(numbers.all(), std::vector<Extension>{6});
+    EXPECT_EQ(numbers.all().front(), 7u);
+    EXPECT_EQ(numbers.all().back(), kMaxExtensions * 7);
 }
 
 }  // namespace

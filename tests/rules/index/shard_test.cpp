@@ -108,15 +108,16 @@ TEST(Shard, names_and_folders_are_folded) {
     EXPECT_EQ(shard.folder_texts(), "c:/temp/");
 }
 
-TEST(Shard, tells_which_texts_hold_capitals_wherever_they_stand) {
+TEST(Shard, tells_which_texts_hold_uppercase_wherever_they_stand) {
     for (std::size_t capital = 0; capital < 50; ++capital) {
         std::string name(50, 'x');
         name[capital] = 'X';
         const Shard shard(batch_of({"C:/" + name, "c:/y/" + std::string(50, 'y')}));
-        ASSERT_TRUE(shard.has_capitals(shard.folded_name(0)));
-        ASSERT_TRUE(shard.has_capitals(shard.folded_folder(shard.run_of(0))));
-        ASSERT_FALSE(shard.has_capitals(shard.folded_name(1))) << "its neighbours' are not its own";
-        ASSERT_FALSE(shard.has_capitals(shard.folded_folder(shard.run_of(1))));
+        ASSERT_TRUE(shard.has_uppercase(shard.folded_name(0)));
+        ASSERT_TRUE(shard.has_uppercase(shard.folded_folder(shard.run_of(0))));
+        ASSERT_FALSE(shard.has_uppercase(shard.folded_name(1)))
+            << "its neighbours' are not its own";
+        ASSERT_FALSE(shard.has_uppercase(shard.folded_folder(shard.run_of(1))));
     }
 }
 
@@ -143,7 +144,7 @@ TEST(Shard, runs_hold_neighbours_of_one_stored_folder) {
     }
     const auto start = [&](std::size_t run) { return shard.runs()[run].start; };
     EXPECT_EQ(start(0), start(2)) << "one text, also after a subfolder";
-    EXPECT_NE(start(0), start(3)) << "folders that fold alike keep their own capitals";
+    EXPECT_NE(start(0), start(3)) << "folders that fold alike keep their own uppercase";
 }
 
 TEST(Shard, bitmaps_hold_the_signature_of_every_name) {
@@ -160,7 +161,7 @@ TEST(Shard, bitmaps_hold_the_signature_of_every_name) {
         std::set<unsigned> expected;
         for_signature_bits(shard.folded_name(i), [&](unsigned bit) { expected.insert(bit); });
         if (i % 3 == 0) expected.insert(kFolderBit);
-        if (names[i] != shard.folded_name(i)) expected.insert(kCapitalBit);
+        if (names[i] != shard.folded_name(i)) expected.insert(kUppercaseBit);
         for (unsigned bit = 0; bit < kSignatureBits; ++bit) {
             ASSERT_EQ(shard.has(bit, i), expected.count(bit) == 1) << names[i] << " bit " << bit;
         }

@@ -27,7 +27,7 @@ TEST(Signature, of_an_empty_name_is_its_two_ends_alone) {
 
 TEST(Signature, bits_of_bytes_and_bits_of_bigrams_are_not_the_same) {
     for (unsigned a = 1; a < 256; ++a) {
-        EXPECT_GT(byte_bit(static_cast<char>(a)), kCapitalBit);
+        EXPECT_GT(byte_bit(static_cast<char>(a)), kUppercaseBit);
         EXPECT_LT(byte_bit(static_cast<char>(a)), kFirstBigramBit);
         for (unsigned b = 0; b < 256; ++b) {
             const unsigned bit = bigram_bit(static_cast<char>(a), static_cast<char>(b));

@@ -54,8 +54,6 @@ TEST(EntryBits, are_kept_inside_a_range_as_asked_and_left_alone_outside) {
               (std::vector<std::uint32_t>{0,   1,   2,   4,   6,   64,  66,  67,  68,  69,
                                           70,  71,  128, 129, 130, 131, 132, 133, 134, 135,
                                           192, 193, 194, 195, 196, 197, 198, 199}));
-    keep_names_if(shard, bits, cancel, [](std::uint32_t entry) { return entry < 5; });
-    EXPECT_EQ(entries_in(shard, bits), (std::vector<std::uint32_t>{0, 1, 2, 4}));
 }
 
 TEST(EntryBits, are_not_looked_at_any_more_when_cancelled) {
@@ -71,11 +69,22 @@ TEST(EntryBits, are_not_looked_at_any_more_when_cancelled) {
     };
     keep_if(bits, 0, 200, cancel, keep);
     EXPECT_EQ(asked, 10u);
-    cancel = false;
-    asked = 0;
-    bits[3] = 0xFF;  // of 200 entries
-    keep_names_if(shard, bits, cancel, keep);
-    EXPECT_EQ(asked, 10u);
+}
+
+TEST(EntryBits, of_names_beyond_ascii_are_taken_out) {
+    std::vector<std::string> paths = {"C:/a", "C:/A", "C:/a1B", "C:/\u00E9", "C:/a\u65E5", "C:/~"};
+    for (unsigned byte = 0x80; byte < 0x100; ++byte) {
+        paths.push_back("C:/x" + std::string(1, static_cast<char>(byte)));
+    }
+    const Shard shard = shard_of(paths);
+    EntryBits bits{};
+    for (std::uint32_t i = 0; i < shard.size(); ++i) bits[i / 64] |= std::uint64_t{1} << i % 64;
+    EntryBits beyond{};
+    take_beyond_ascii(shard, bits, beyond);
+    EXPECT_EQ(entries_in(shard, bits), (std::vector<std::uint32_t>{0, 1, 2, 5}));
+    EXPECT_EQ(count_bits(shard, beyond), shard.size() - 4);
+    add_bits(shard, beyond, bits);
+    EXPECT_EQ(count_bits(shard, bits), shard.size());
 }
 
 }  // namespace

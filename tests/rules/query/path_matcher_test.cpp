@@ -15,7 +15,7 @@ Paths matching(const Paths& paths, const char* text, std::uint32_t flags = 0,
     const Shard shard = shard_of(paths);
     const Pattern pattern(text, flags | SS_MATCH_PATH);
     const PathMatcher matcher(pattern);
-    Subject subject(pattern.match_case);
+    Subject subject(pattern.match_case());
     subject.set_shard(shard);
     const std::atomic<bool> cancel{is_cancelled};
     return left_over(shard, [&](EntryBits& bits) { matcher.match(subject, bits, cancel); });
@@ -70,6 +70,36 @@ TEST(PathMatcher, looks_at_no_folder_when_cancelled) {
     const Paths paths = {"c:/src/main.c", "d:/src/x"};
     EXPECT_EQ(matching(paths, "src/nothing"), Paths{});
     EXPECT_EQ(matching(paths, "src/nothing", 0, /*is_cancelled=*/true), paths);
+}
+
+// A mark may stand for the "/", so that the folder may end, and the name begin, inside a segment.
+TEST(PathMatcher, segment_with_marks_is_cut_where_the_name_begins) {
+    const Paths paths = {"c:/ab/cd", "c:/AB/CX", "c:/ab/cde", "ab?", "c:/ab/\u00E9d",
+                         "c:/a/cd",  "c:/abb/d", "ab/cd",     ""};
+    const Paths all(paths.begin(), paths.end() - 1);
+    EXPECT_EQ(matching(all, "*b/c?"), (Paths{"c:/ab/cd", "c:/AB/CX", "ab/cd"}));
+    EXPECT_EQ(matching(all, "*b?c?"), (Paths{"c:/ab/cd", "c:/AB/CX", "ab/cd"}));
+    EXPECT_EQ(matching(all, "*b??d*"),
+              (Paths{"c:/ab/cd", "c:/ab/cde", "c:/ab/\u00E9d", "c:/abb/d", "ab/cd"}));
+    EXPECT_EQ(matching(all, "*a?*b?d"), Paths{"c:/abb/d"});
+    EXPECT_EQ(matching(all, "?:/a?/cd"), Paths{"c:/ab/cd"});
+    EXPECT_EQ(matching(all, "?:*?cx"), Paths{"c:/AB/CX"});
+    EXPECT_EQ(matching(all, "\?\?\?"), Paths{"ab?"});
+    EXPECT_EQ(matching(all, "\?\?/?"), Paths{});
+    EXPECT_EQ(matching(all, "\?\?\?\?\?"), Paths{"ab/cd"});
+    EXPECT_EQ(matching(all, "C?/A*C?", SS_MATCH_CASE), Paths{});
+    EXPECT_EQ(matching(all, "c?/A*C?", SS_MATCH_CASE), Paths{"c:/AB/CX"});
+}
+
+TEST(PathMatcher, folder_beyond_ascii_is_counted_in_code_points) {
+    const Paths paths = {"c:/J\u00FCrgen/ab", "c:/J\u00FCrgen/\u00FCb", "c:/Juergen/ab",
+                         "c:/\u00FC/\u00FC/b"};
+    EXPECT_EQ(matching(paths, "*j?rgen*"), (Paths{paths[0], paths[1]}));
+    EXPECT_EQ(matching(paths, "*j?rgen??b"), (Paths{paths[0], paths[1]}));
+    EXPECT_EQ(matching(paths, "c:/j?rgen/?b"), (Paths{paths[0], paths[1]}));
+    EXPECT_EQ(matching(paths, "c:/??rgen*a?"), Paths{paths[0]});
+    EXPECT_EQ(matching(paths, "*/?/?/*"), Paths{paths[3]});
+    EXPECT_EQ(matching(paths, "c:/j??rgen*"), Paths{paths[2]});
 }
 
 }  // namespace

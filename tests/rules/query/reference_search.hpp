@@ -37,6 +37,36 @@ inline std::optional<bool> matches(std::string_view pattern, std::string_view te
     return pattern[0] == text[0] ? matches(rest, text.substr(1)) : std::nullopt;
 }
 
+// The same step by step, without recursion: the header's rule of wildcards as it is written there
+// for whoever implements it. "*" goes back to the code point behind its mark.
+inline bool matches_step_by_step(std::string_view pattern, std::string_view text) {
+    constexpr std::size_t kNone = std::string_view::npos;
+    std::size_t p = 0;
+    std::size_t v = 0;
+    std::size_t star = kNone;
+    std::size_t mark = 0;
+    const auto behind = [&](std::size_t at) {
+        return at >= text.size() ? text.size()
+                                 : text.size() - behind_code_point(text.substr(at)).size();
+    };
+    while (v < text.size()) {
+        if (p < pattern.size() && pattern[p] == '*') {
+            star = p;
+            mark = v;
+        } else if (p < pattern.size() && pattern[p] == '?') {
+            v = behind(v);
+        } else if (p < pattern.size() && pattern[p] == text[v]) {
+            ++v;
+        } else {
+            if (star == kNone || mark == text.size()) return false;
+            v = mark = behind(mark);
+            p = star;
+        }
+        ++p;
+    }
+    return p >= pattern.size() ? p == pattern.size() : pattern.find_first_not_of('*', p) == kNone;
+}
+
 struct Answer {
     std::uint32_t matched = 0;
     std::vector<const Entry*> results;
@@ -55,7 +85,7 @@ inline Answer search(const std::vector<Entry>& entries, std::string text, std::u
     for (const Entry& entry : entries) {
         const std::string& path = match_case ? entry.path : entry.folded_path;
         const auto subject = std::string_view(path).substr(match_path ? 0 : entry.name_offset);
-        const bool is_match = is_wildcard ? matches(text, subject).value_or(false)
+        const bool is_match = is_wildcard ? matches_step_by_step(text, subject)
                                           : subject.find(text) != std::string_view::npos;
         if (is_match && (kind == 0 || kind == entry.kind)) answer.results.push_back(&entry);
     }

@@ -57,11 +57,11 @@ struct Searched {
     const reference::Answer wanted =
         reference::search(searched.entries, std::string(text), flags, kind, limit);
     const Pattern pattern(text, flags);
-    Candidates candidates(limit);
+    TopK top_k(limit);
     const std::atomic<bool> cancel{false};
     std::uint32_t matched = 0;
-    const bool finished = scan(searched.shards, pattern, kind, cancel, candidates, matched);
-    const std::vector<EntryRef> results = candidates.take_sorted();
+    const bool finished = scan(searched.shards, pattern, kind, cancel, top_k, matched);
+    const std::vector<EntryRef> results = top_k.take_sorted();
 
     const auto failure = [&] {
         return ::testing::AssertionFailure() << "text \"" << readable(text) << "\" flags " << flags
@@ -255,15 +255,76 @@ TEST(Scan, agrees_with_the_reference_on_shards_of_every_size_around_a_word) {
     }
 }
 
-TEST(Scan, has_nothing_to_prepare_for_patterns_of_very_many_stars) {
-    std::string text;
-    for (std::size_t stars = 0; stars < 5'000; ++stars) text += "*a";
-    EXPECT_TRUE(Pattern(text, SS_MATCH_PATH).inner.empty()) << "the work grows with their square";
+TEST(Scan, agrees_with_the_reference_on_patterns_of_many_thousand_stars) {
     std::vector<Entry> entries;
-    entries.emplace_back("C:/a", 1);
-    entries.emplace_back("C:/" + std::string(5'001, 'a'), 1);
+    for (const std::size_t length : {1u, 4'999u, 5'000u, 5'001u, 9'000u}) {
+        entries.emplace_back("C:/" + std::string(length, 'a'), 1);
+        entries.emplace_back("C:/" + std::string(length, 'a') + "/\u00E9", 1);
+    }
     const Searched searched(std::move(entries));
-    EXPECT_TRUE(same_answer(searched, text, SS_MATCH_PATH, 0, 10));
+    for (const char* const part : {"*a", "*?", "a*?", "?*a"}) {
+        std::string text;
+        for (std::size_t stars = 0; stars < 5'000; ++stars) text += part;
+        for (std::uint32_t flags = 0; flags < 4; ++flags) {
+            ASSERT_TRUE(same_answer(searched, text, flags, 0, 10));
+            ASSERT_TRUE(same_answer(searched, text + "*", flags, 0, 10));
+        }
+    }
+}
+
+TEST(Scan, agrees_with_the_reference_on_marks_alone_and_stars_alone) {
+    std::vector<Entry> entries;
+    for (const std::string& name : all_texts({"a", "\xC3\xA9", "\xA9"}, 4)) {
+        for (const char* const folder : {"", "/", "b/", "\xC3\xA9/", "b/\xA9/"}) {
+            if (!(folder + name).empty()) entries.emplace_back(folder + name, 1);
+        }
+    }
+    const Searched searched(std::move(entries));
+    for (const std::string& text : all_texts({"*", "?"}, 8)) {
+        for (std::uint32_t flags = 0; flags < 4; ++flags) {
+            ASSERT_TRUE(same_answer(searched, text, flags, 0, 3));
+        }
+    }
+}
+
+// Every way in which marks lie in the folder, in the name, or across the two, and stand for the
+// "/" between them; in ASCII, where bytes tell, and beyond.
+TEST(Scan, agrees_with_the_reference_over_all_small_paths_and_marks) {
+    for (const std::vector<std::string>& symbols :
+         {std::vector<std::string>{"a", "b", "/"}, {"a", "\xC3\xA9", "/"}, {"a", "\xA9", "/"}}) {
+        std::vector<Entry> entries;
+        for (const std::string& path : all_texts(symbols, 5)) {
+            if (!path.empty()) entries.emplace_back(path, 1);
+        }
+        std::stable_sort(entries.begin(), entries.end(),
+                         [](const auto& a, const auto& b) { return a.path < b.path; });
+        const Searched searched(std::move(entries));
+        std::vector<std::string> symbols_of_texts = symbols;
+        symbols_of_texts.insert(symbols_of_texts.end(), {"*", "?"});
+        for (const std::string& text : all_texts(symbols_of_texts, 5)) {
+            ASSERT_TRUE(same_answer(searched, text, SS_MATCH_PATH, 0, 2));
+        }
+    }
+}
+
+// Beyond 64 ways in which the pattern can go on in the name each path is looked at as a whole.
+TEST(Scan, agrees_with_the_reference_on_paths_and_patterns_of_many_marks) {
+    std::vector<Entry> entries;
+    for (std::size_t folder = 1; folder < 90; folder += 4) {
+        for (std::size_t name = 1; name < 90; name += 4) {
+            entries.emplace_back(std::string(folder, 'a') + "/" + std::string(name, 'b'), 1);
+            entries.emplace_back(std::string(folder, 'a') + "/" + std::string(name, 'b') + "\u00E9",
+                                 1);
+        }
+    }
+    const Searched searched(std::move(entries));
+    for (std::size_t marks = 1; marks < 90; ++marks) {
+        const std::string many(marks, '?');
+        for (const std::string& text : {many, "*" + many, "*a" + many + "b*", "*a" + many + "b",
+                                        "a" + many + "*", "*a" + many + "bb" + many + "*"}) {
+            ASSERT_TRUE(same_answer(searched, text, SS_MATCH_PATH, 0, 3));
+        }
+    }
 }
 
 // ---- Cancelling ---------------------------------------------------------------------------------
@@ -274,29 +335,32 @@ TEST(Scan, cancel_is_seen_between_shards) {
     const Searched searched(std::move(entries));
     const Pattern everything("", 0);  // asks no matcher, which would see it as well
     const std::atomic<bool> cancel{true};
-    Candidates candidates(10);
+    TopK top_k(10);
     std::uint32_t matched = 0;
-    EXPECT_FALSE(scan(searched.shards, everything, SS_KIND_ANY, cancel, candidates, matched));
+    EXPECT_FALSE(scan(searched.shards, everything, SS_KIND_ANY, cancel, top_k, matched));
     EXPECT_EQ(matched, 0u);
 }
 
 // No name on a disk is so long, but one in a cache file may be. A whole scan of these takes
-// minutes.
-TEST(Scan, cancel_is_seen_within_a_shard) {
+// minutes: at each place of each name a half of the pattern fits.
+void expect_cancel_is_seen(const char* name_end) {
     const std::string half(8000, 'a');
     std::vector<Entry> entries;
     for (std::size_t i = 0; i < kShardEntries; ++i) {
-        entries.emplace_back("C:/" + std::to_string(i) + std::string(15'000, 'a') + "b", 1);
+        entries.emplace_back("C:/" + std::to_string(i) + std::string(25'000, 'a') + "b" + name_end,
+                             1);
     }
-    const Searched searched(std::move(entries));
-    const Pattern pattern("*?" + half + "b?*", 0);  // its literal lies in every name
+    Batch batch;
+    for (const Entry& entry : entries) batch.add(entry.path, entry.kind);
+    // The same shard many times: what takes a second for one takes minutes for all.
+    const ShardList shards(64, std::make_shared<const Shard>(batch));
+    const Pattern pattern("*?" + half + "b" + half + "?*", 0);
     std::atomic<bool> cancel{false};
-    Candidates candidates(10);
+    TopK top_k(10);
     std::uint32_t matched = 0;
     std::atomic<bool> finished{false};
-    std::thread thread([&] {
-        finished = scan(searched.shards, pattern, SS_KIND_ANY, cancel, candidates, matched);
-    });
+    std::thread thread(
+        [&] { finished = scan(shards, pattern, SS_KIND_ANY, cancel, top_k, matched); });
     // Until it has begun to work in earnest.
     clockid_t clock{};
     ASSERT_EQ(pthread_getcpuclockid(thread.native_handle(), &clock), 0);
@@ -308,6 +372,14 @@ TEST(Scan, cancel_is_seen_within_a_shard) {
     cancel = true;
     thread.join();
     EXPECT_FALSE(finished);
+}
+
+TEST(Scan, cancel_is_seen_within_a_shard) {
+    expect_cancel_is_seen("");
+}
+
+TEST(Scan, cancel_is_seen_within_a_shard_of_names_beyond_ascii) {
+    expect_cancel_is_seen("\u00E9");
 }
 
 // ---- Random trees -------------------------------------------------------------------------------

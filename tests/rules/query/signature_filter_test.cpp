@@ -11,10 +11,10 @@ using Paths = std::vector<std::string>;
 
 const Paths kPaths = {"report", "Report", "my report", "porter", "rep", "x", ""};
 
-Paths passing(std::string_view text, bool begins, bool ends, bool match_case = false) {
+Paths passing(std::string_view text, bool is_prefix, bool is_suffix, bool match_case = false) {
     const Shard shard = shard_of(kPaths);
-    SignatureFilter filter;
-    filter.require(text, begins, ends, match_case);
+    SignatureFilter filter(match_case);
+    filter.require(text, is_prefix, is_suffix);
     return left_over(shard, [&](EntryBits& bits) {
         const bool any = filter.apply(shard, bits);
         EXPECT_EQ(any, count_bits(shard, bits) != 0);
@@ -41,7 +41,17 @@ TEST(SignatureFilter, passes_names_that_begin_and_end_so) {
     EXPECT_EQ(passing("", true, true), Paths{""});
 }
 
-TEST(SignatureFilter, asks_for_a_capital_where_case_matters) {
+TEST(SignatureFilter, knows_nothing_of_the_bytes_beside_a_mark) {
+    EXPECT_EQ(passing("rep?rt", false, false), (Paths{"report", "Report", "my report"}));
+    EXPECT_EQ(passing("r?p", true, true), Paths{"rep"});
+    EXPECT_EQ(passing("r?p", false, false),
+              (Paths{"report", "Report", "my report", "porter", "rep"}));
+    EXPECT_EQ(passing("?ep", true, false), (Paths{"report", "Report", "my report", "rep"}));
+    EXPECT_EQ(passing("?", true, true), kPaths);
+    EXPECT_EQ(passing("t?", true, true), (Paths{}));
+}
+
+TEST(SignatureFilter, asks_for_an_uppercase_letter_where_case_matters) {
     EXPECT_EQ(passing("Report", false, false, true), Paths{"Report"});
     EXPECT_EQ(passing("report", false, false, true), (Paths{"report", "Report", "my report"}));
 }

@@ -9,11 +9,12 @@
 namespace system_search {
 
 // A binary max-heap: the greatest of the kept entries is on top, ready to be replaced.
-class Candidates {
+class TopK {
 public:
-    explicit Candidates(std::size_t limit) : limit_(limit) {}
+    explicit TopK(std::size_t limit) : limit_(limit) {}
 
-    // Whether offering the entry would keep it. Never, if not for an entry that orders before it.
+    // Whether offering the entry would keep it. If false for an entry, it is false for every entry
+    // that sorts after it, so a shard whose least entry is refused can be skipped.
     bool would_keep(EntryRef entry) const {
         return heap_.size() < limit_ || orders_before(entry, heap_.front());
     }

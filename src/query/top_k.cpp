@@ -1,11 +1,11 @@
-#include "query/candidates.hpp"
+#include "query/top_k.hpp"
 
 #include <algorithm>
 #include <utility>
 
 namespace system_search {
 
-void Candidates::offer(EntryRef entry) {
+void TopK::offer(EntryRef entry) {
     if (!would_keep(entry)) return;
     if (heap_.size() < limit_) {
         heap_.push_back(entry);
@@ -16,7 +16,7 @@ void Candidates::offer(EntryRef entry) {
     std::push_heap(heap_.begin(), heap_.end(), orders_before);
 }
 
-std::vector<EntryRef> Candidates::take_sorted() {
+std::vector<EntryRef> TopK::take_sorted() {
     std::sort_heap(heap_.begin(), heap_.end(), orders_before);
     return std::exchange(heap_, {});
 }
