@@ -5,8 +5,9 @@
 #include <ole2.h>
 #include <shlobj.h>
 
-#include <cstring>
 #include <new>
+
+#include "system/drop_files.hpp"
 
 namespace window {
 namespace {
@@ -47,10 +48,7 @@ private:
 /* A list of files in the form that every drop target takes. */
 class Files final : public Counted<IDataObject> {
 public:
-    explicit Files(const std::vector<std::wstring>& paths) {
-        for (const std::wstring& path : paths) list_.append(path.c_str(), path.size() + 1);
-        list_ += L'\0';
-    }
+    explicit Files(const std::vector<std::wstring>& paths) : paths_(paths) {}
 
     HRESULT STDMETHODCALLTYPE QueryGetData(FORMATETC* wanted) override {
         if (wanted->cfFormat != CF_HDROP) return DV_E_FORMATETC;
@@ -61,14 +59,8 @@ public:
     HRESULT STDMETHODCALLTYPE GetData(FORMATETC* wanted, STGMEDIUM* medium) override {
         const HRESULT known = QueryGetData(wanted);
         if (FAILED(known)) return known;
-        const std::size_t list_bytes = list_.size() * sizeof(wchar_t);
-        HGLOBAL memory = GlobalAlloc(GHND, sizeof(DROPFILES) + list_bytes);
+        HGLOBAL memory = drop_files(paths_);
         if (!memory) return E_OUTOFMEMORY;
-        auto* header = static_cast<DROPFILES*>(GlobalLock(memory));
-        header->pFiles = sizeof(DROPFILES);
-        header->fWide = TRUE;
-        std::memcpy(header + 1, list_.data(), list_bytes);
-        GlobalUnlock(memory);
         medium->tymed = TYMED_HGLOBAL;
         medium->hGlobal = memory;
         medium->pUnkForRelease = nullptr;
@@ -96,7 +88,7 @@ public:
     }
 
 private:
-    std::wstring list_;  // each path with its NUL, and one more at the end
+    const std::vector<std::wstring> paths_;
 };
 
 class Hand final : public Counted<IDropSource> {

@@ -3,11 +3,11 @@
 #include <shellapi.h>
 #include <shlobj.h>
 
-#include <cstring>
 #include <map>
 #include <memory>
 
 #include "common/wide_text.hpp"
+#include "model/error_words.hpp"
 #include "model/paths.hpp"
 #include "model/sentences.hpp"
 #include "model/shell_paths.hpp"
@@ -29,16 +29,16 @@ bool has_vanished(const std::string& path) {
 }
 
 /* The system's own sentence about an error. */
-std::string error_text(DWORD error) {
-    if (error == ERROR_NO_ASSOCIATION) return "No program is set to open files of this kind.";
+std::string error_text(DWORD error, std::string_view name) {
+    if (wants_a_program(error)) return "No program is set to open files of this kind.";
     wchar_t text[512];
     const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
                                         nullptr, error, 0, text, 512, nullptr);
-    std::string sentence = app::to_utf8({text, length}).value_or("");
-    while (!sentence.empty() && (sentence.back() == '\n' || sentence.back() == '\r')) {
-        sentence.pop_back();
-    }
-    return sentence;
+    return error_words(app::to_utf8({text, length}).value_or(""), name);
+}
+
+std::string not_opened(DWORD error, std::string_view name) {
+    return not_opened_sentence(std::string(name), error_text(error, name));
 }
 
 /* Why nothing can be done with it; "" when something can. */
@@ -48,30 +48,15 @@ std::string objection(const std::string& path) {
     return has_vanished(path) ? vanished_sentence(std::string(name_of(path))) : "";
 }
 
-std::string execute(const std::string& path) {
-    const std::string reason = objection(path);
-    if (!reason.empty()) return reason;
-    // By its place in the shell, not by its path: for the folder "tool" beside "tool.exe" a path
-    // would start the program.
-    LPITEMIDLIST parsed = nullptr;
-    const HRESULT known =
-        SHParseDisplayName(app::native_wide(path).c_str(), nullptr, &parsed, 0, nullptr);
-    const IdList item(parsed);
-    if (FAILED(known)) {
-        return not_opened_sentence(std::string(name_of(path)),
-                                   error_text(static_cast<DWORD>(HRESULT_CODE(known))));
-    }
-    const std::wstring folder = app::native_wide(folder_of(path));
+DWORD execute(LPCITEMIDLIST item, const std::wstring& folder, const wchar_t* verb) {
     SHELLEXECUTEINFOW what{};
     what.cbSize = sizeof what;
     what.fMask = SEE_MASK_FLAG_NO_UI | SEE_MASK_IDLIST | SEE_MASK_NOASYNC;
-    what.lpIDList = item.get();
+    what.lpVerb = verb;
+    what.lpIDList = const_cast<LPITEMIDLIST>(item);
     what.lpDirectory = folder.c_str();
     what.nShow = SW_SHOWNORMAL;
-    if (ShellExecuteExW(&what)) return "";
-    const DWORD error = GetLastError();
-    if (error == ERROR_CANCELLED) return "";  // the user knows
-    return not_opened_sentence(std::string(name_of(path)), error_text(error));
+    return ShellExecuteExW(&what) ? NO_ERROR : GetLastError();
 }
 
 struct ReleaseObject {
@@ -96,16 +81,6 @@ Owned<IContextMenu> context_menu(const std::wstring& path) {
     return Owned<IContextMenu>(static_cast<IContextMenu*>(menu));
 }
 
-/* Others hold the clipboard for a moment, too: whenever it has changed they look what it holds. */
-bool open_clipboard(HWND owner) {
-    constexpr int kTimes = 20;
-    constexpr DWORD kPauseMilliseconds = 25;
-    for (int more = kTimes; !OpenClipboard(owner); Sleep(kPauseMilliseconds)) {
-        if (--more == 0) return false;
-    }
-    return true;
-}
-
 bool select_in_folder(const std::string& folder, const std::vector<std::string>& paths) {
     const IdList parent(ILCreateFromPathW(app::native_wide(folder).c_str()));
     if (!parent) return false;
@@ -122,7 +97,20 @@ bool select_in_folder(const std::string& folder, const std::vector<std::string>&
 }  // namespace
 
 std::string open_result(const std::string& path) {
-    return execute(path);
+    const std::string reason = objection(path);
+    if (!reason.empty()) return reason;
+    // By its place in the shell, not by its path: for the folder "tool" beside "tool.exe" a path
+    // would start the program.
+    LPITEMIDLIST parsed = nullptr;
+    const HRESULT known =
+        SHParseDisplayName(app::native_wide(path).c_str(), nullptr, &parsed, 0, nullptr);
+    const IdList item(parsed);
+    if (FAILED(known)) return not_opened(static_cast<DWORD>(HRESULT_CODE(known)), name_of(path));
+    const std::wstring folder = app::native_wide(folder_of(path));
+    DWORD error = execute(item.get(), folder, nullptr);
+    if (wants_a_program(error)) error = execute(item.get(), folder, L"openas");
+    const bool is_well = error == NO_ERROR || error == ERROR_CANCELLED;  // the user knows
+    return is_well ? "" : not_opened(error, name_of(path));
 }
 
 std::string show_in_folder(const std::vector<std::string>& paths) {
@@ -142,7 +130,7 @@ std::string show_in_folder(const std::vector<std::string>& paths) {
         const HINSTANCE started = ShellExecuteW(nullptr, nullptr, L"explorer.exe",
                                                 arguments.c_str(), nullptr, SW_SHOWNORMAL);
         if (reinterpret_cast<INT_PTR>(started) <= 32) {
-            trouble = not_opened_sentence(native_path(folder), error_text(GetLastError()));
+            trouble = not_opened(GetLastError(), native_path(folder));
         }
     }
     return trouble;
@@ -161,29 +149,6 @@ std::string show_properties(const std::string& path) {
                           SUCCEEDED(menu->InvokeCommand(&what));
     DestroyMenu(commands);
     return is_shown ? "" : "\"" + std::string(name_of(path)) + "\" has no properties to show.";
-}
-
-std::string copy_lines(HWND owner, const std::vector<std::wstring>& lines) {
-    constexpr const char* kTrouble = "Another program holds the clipboard: nothing was copied.";
-    std::wstring text;
-    for (const std::wstring& line : lines) {
-        if (!text.empty()) text += L"\r\n";
-        text += line;
-    }
-    const std::size_t size = (text.size() + 1) * sizeof(wchar_t);
-    HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, size);
-    if (!memory) return kNoMemorySentence;
-    std::memcpy(GlobalLock(memory), text.c_str(), size);
-    GlobalUnlock(memory);
-    if (!open_clipboard(owner)) {
-        GlobalFree(memory);
-        return kTrouble;
-    }
-    EmptyClipboard();
-    const bool is_taken = SetClipboardData(CF_UNICODETEXT, memory) != nullptr;
-    CloseClipboard();
-    if (!is_taken) GlobalFree(memory);
-    return is_taken ? "" : kTrouble;
 }
 
 }  // namespace window

@@ -1,5 +1,5 @@
 /* What can be done with results through the system's shell. Each returns "" or a sentence about
- * what went wrong. Paths are the library's. All but the last may wait for a disk or a share, and
+ * what went wrong. Paths are the library's. They may wait for a disk or a share, and
  * belong on a ShellThread: they name no window as owner, which would tie its thread to theirs. */
 #pragma once
 
@@ -10,7 +10,8 @@
 
 namespace window {
 
-/* Opens a file with its program, a folder in a file window. */
+/* Opens a file with its program, a folder in a file window; the system asks what to open a file
+   with that has none. */
 std::string open_result(const std::string& path);
 
 /* Opens the folders that hold them, with the results selected. */
@@ -18,8 +19,5 @@ std::string show_in_folder(const std::vector<std::string>& paths);
 
 /* The system's box about one file or folder. */
 std::string show_properties(const std::string& path);
-
-/* Puts lines of text on the clipboard. */
-std::string copy_lines(HWND owner, const std::vector<std::wstring>& lines);
 
 }  // namespace window

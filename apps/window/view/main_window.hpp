@@ -89,6 +89,8 @@ private:
     bool confirms(const std::string& question);
     void open_results(const Paths& paths);
     void show_in_folders(const Paths& paths);
+    std::vector<std::wstring> to_pass_on(const Paths& paths);
+    void copy_results(const Paths& paths);
     void copy_paths(const Paths& paths);
     void copy_names(const Paths& paths);
     void show_properties_of_result(const Paths& paths);

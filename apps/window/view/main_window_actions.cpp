@@ -2,6 +2,8 @@
 #include "common/wide_text.hpp"
 #include "model/many.hpp"
 #include "model/paths.hpp"
+#include "model/shell_paths.hpp"
+#include "system/clipboard.hpp"
 #include "system/drag_source.hpp"
 #include "system/shell_actions.hpp"
 #include "view/main_window.hpp"
@@ -9,7 +11,7 @@
 namespace window {
 namespace {
 
-enum Entry : UINT { kOpen = 1, kShow, kCopyPath, kCopyName, kProperties };
+enum Entry : UINT { kOpen = 1, kShow, kCopy, kCopyPath, kCopyName, kProperties };
 
 bool is_down(int key) {
     return GetKeyState(key) < 0;
@@ -120,10 +122,10 @@ bool MainWindow::carry_out(Command command, const MSG& message) {
             act_on_pointed(&MainWindow::show_properties_of_result, from_box);
             return true;
         case Command::kCopy:
-            act_on_pointed(&MainWindow::copy_paths, from_box);
+            act_on_pointed(&MainWindow::copy_results, from_box);
             return true;
         case Command::kCopyPaths:
-            act_on_pointed(&MainWindow::copy_names, from_box);
+            act_on_pointed(&MainWindow::copy_paths, from_box);
             return true;
     }
     return false;
@@ -161,8 +163,9 @@ void MainWindow::on_context_menu(HWND from, POINT at) {
     AppendMenuW(menu, MF_STRING, kOpen, L"&Open\tEnter");
     AppendMenuW(menu, MF_STRING, kShow, L"&Show in folder\tCtrl+Enter");
     AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
-    AppendMenuW(menu, MF_STRING, kCopyPath, L"Copy &path\tCtrl+C");
-    AppendMenuW(menu, MF_STRING, kCopyName, L"Copy &name\tCtrl+Shift+C");
+    AppendMenuW(menu, MF_STRING, kCopy, L"&Copy\tCtrl+C");
+    AppendMenuW(menu, MF_STRING, kCopyPath, L"Copy &path\tCtrl+Shift+C");
+    AppendMenuW(menu, MF_STRING, kCopyName, L"Copy &name");
     AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
     AppendMenuW(menu, paths.size() == 1 ? MF_STRING : MF_STRING | MF_GRAYED, kProperties,
                 L"P&roperties\tAlt+Enter");
@@ -176,6 +179,9 @@ void MainWindow::on_context_menu(HWND from, POINT at) {
             break;
         case kShow:
             show_in_folders(paths);
+            break;
+        case kCopy:
+            copy_results(paths);
             break;
         case kCopyPath:
             copy_paths(paths);
@@ -227,6 +233,24 @@ void MainWindow::show_in_folders(const Paths& paths) {
     in_background([paths] { return show_in_folder(paths); });
 }
 
+/* The files that other programs can be given, as they call them. */
+std::vector<std::wstring> MainWindow::to_pass_on(const Paths& paths) {
+    std::vector<std::wstring> files;
+    for (const std::string& path : paths) {
+        const std::string refusal = shell_refusal(path);
+        tell(refusal);
+        if (refusal.empty()) files.push_back(app::native_wide(path));
+    }
+    return files;
+}
+
+void MainWindow::copy_results(const Paths& paths) {
+    const std::vector<std::wstring> files = to_pass_on(paths);
+    std::vector<std::wstring> lines;
+    for (const std::string& path : paths) lines.push_back(app::native_wide(path));
+    tell(copy_files(window_, files, lines));
+}
+
 void MainWindow::copy_paths(const Paths& paths) {
     std::vector<std::wstring> lines;
     for (const std::string& path : paths) lines.push_back(app::native_wide(path));
@@ -244,9 +268,8 @@ void MainWindow::show_properties_of_result(const Paths& paths) {
 }
 
 void MainWindow::drag_results() {
-    std::vector<std::wstring> paths;
-    for (const std::string& path : list_->selected_paths()) paths.push_back(app::native_wide(path));
-    if (!paths.empty()) drag_files(paths);
+    const std::vector<std::wstring> files = to_pass_on(list_->selected_paths());
+    if (!files.empty()) drag_files(files);
 }
 
 }  // namespace window

@@ -63,14 +63,17 @@ check "Enter opens all of them" \
 click place_of_row 1
 keys ctrl+c
 check "the path is copied" "$papers\\\\beta.sstest" clipboard
+check "and the file with it" "$papers\\\\beta.sstest" clipboard_files
 keys shift+Down
 check "two rows are selected" '1 2' selected
 keys ctrl+c
 check "the paths of several rows are copied, one a line" \
     "$papers\\\\beta.sstest\n$papers\\\\gamma.sstest" clipboard
-
+check "and the files with them" \
+    "$papers\\\\beta.sstest\n$papers\\\\gamma.sstest" clipboard_files
 keys ctrl+shift+c
-check "the names of several rows are copied" 'beta.sstest\ngamma.sstest' clipboard
+check "the paths alone are copied" "no files in the clipboard" clipboard_files
+check "as text" "$papers\\\\beta.sstest\n$papers\\\\gamma.sstest" clipboard
 button=3 click place_of_row 2
 check "a menu opens on the rows" '(.|\n)*#32768\t(.|\n)*' windows
 keys p
@@ -81,6 +84,11 @@ keys shift+F10
 check "a menu opens by keys, too" '(.|\n)*#32768\t(.|\n)*' windows
 keys n
 check "the menu copies the name" alpha.sstest clipboard
+keys ctrl+f ctrl+c
+check "a text that is selected in the box is copied as such" '\*\.sstest' clipboard
+keys End ctrl+c
+check "from the box the selected file is copied, too" "$papers\\\\alpha.sstest" clipboard_files
+click place_of_row 0
 keys shift+F10
 check "the menu opens once more" '(.|\n)*#32768\t(.|\n)*' windows
 keys Escape
@@ -116,7 +124,9 @@ check "a row dropped there is a file" "$papers\\\\alpha.sstest" dropped
 search_for '?tl*'
 check "a right-to-left name shows whole" "$hebrew\t.*" row 0
 click place_of_row 0
-keys ctrl+shift+c
+keys shift+F10
+check "a menu opens on it" '(.|\n)*#32768\t(.|\n)*' windows
+keys n
 check "it is copied whole" "$hebrew" clipboard
 keys ctrl+f ctrl+v
 check "and is found by itself" "$hebrew" text $box

@@ -14,6 +14,8 @@
 //   lines_with TEXT FILE    how many lines of a file begin with a text
 //   closing_time            closes the window; the milliseconds to the program's end
 #include <windows.h>
+
+#include <shellapi.h>
 // After windows.h.
 #include <fcntl.h>
 #include <io.h>
@@ -117,6 +119,22 @@ Lines clipboard() {
     return lines;
 }
 
+Lines clipboard_files() {
+    if (!OpenClipboard(nullptr)) throw std::runtime_error("the clipboard is in use");
+    Lines lines;
+    HANDLE const data = GetClipboardData(CF_HDROP);
+    auto* const list = static_cast<HDROP>(data);
+    const UINT count = data != nullptr ? DragQueryFileW(list, 0xFFFFFFFF, nullptr, 0) : 0;
+    for (UINT i = 0; i < count; ++i) {
+        std::wstring path(DragQueryFileW(list, i, nullptr, 0) + 1, L'\0');
+        DragQueryFileW(list, i, path.data(), static_cast<UINT>(path.size()));
+        path.pop_back();
+        lines.push_back(one_line(narrow(path)));
+    }
+    CloseClipboard();
+    return data != nullptr ? lines : Lines{"no files in the clipboard"};
+}
+
 // What the program that opens documents has been given, one document a line.
 Lines opened(const std::string& record) {
     Lines lines;
@@ -163,6 +181,7 @@ public:
         if (verb == "dropped") return narrow_all(dropped_files());
         if (verb == "windows") return windows();
         if (verb == "clipboard") return clipboard();
+        if (verb == "clipboard_files") return clipboard_files();
         if (verb == "opened") return opened(rest(words));
         if (verb == "hold_clipboard") {
             if (!OpenClipboard(nullptr)) throw std::runtime_error("the clipboard is in use");
