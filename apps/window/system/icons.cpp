@@ -111,7 +111,8 @@ void Icons::select_copy(HDC dc, int index) {
     copies_[index] = copy;
     SelectObject(memory_, copy);
     const RECT all{0, 0, size_, size_};
-    FillRect(memory_, &all, GetSysColorBrush(COLOR_WINDOW));
+    SetBkColor(memory_, background_.value_or(GetSysColor(COLOR_WINDOW)));
+    ExtTextOutW(memory_, 0, 0, ETO_OPAQUE, &all, L"", 0, nullptr);
     IMAGELISTDRAWPARAMS how{};
     how.cbSize = sizeof how;
     how.himl = IImageListToHIMAGELIST(list_);

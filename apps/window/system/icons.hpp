@@ -9,6 +9,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,11 @@ public:
     bool close(std::chrono::milliseconds patience);
     void set_size(int size);
     void colors_changed() { forget_copies(); }
+    /* The system's colour of windows when there is none. */
+    void set_background(std::optional<COLORREF> color) {
+        background_ = color;
+        forget_copies();
+    }
     void arrived(WPARAM index, LPARAM number);
 
     /* No wider than `room`. */
@@ -54,6 +60,7 @@ private:
     // window's colour, without transparency, and what they are copied from.
     std::map<int, HBITMAP> copies_;  // by the system's index
     HDC memory_ = nullptr;
+    std::optional<COLORREF> background_;
     int size_ = 16;
     std::unique_ptr<ShellThread> thread_;
 };

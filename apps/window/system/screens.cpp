@@ -2,6 +2,11 @@
 
 #include <shellscalingapi.h>
 
+#include <algorithm>
+#include <string_view>
+
+#include "model/beside.hpp"
+
 namespace window {
 namespace {
 
@@ -24,7 +29,38 @@ BOOL CALLBACK add_screen(HMONITOR monitor, HDC, RECT*, LPARAM parameter) {
     return TRUE;
 }
 
+struct Others {
+    const wchar_t* window_class;
+    std::vector<Box> boxes;
+};
+
+BOOL CALLBACK add_other(HWND window, LPARAM parameter) {
+    auto& others = *reinterpret_cast<Others*>(parameter);
+    wchar_t name[64] = {};
+    GetClassNameW(window, name, 64);
+    if (!IsWindowVisible(window) || std::wstring_view(name) != others.window_class) return TRUE;
+    RECT rectangle{};
+    GetWindowRect(window, &rectangle);
+    others.boxes.push_back(box_of(rectangle));
+    return TRUE;
+}
+
 }  // namespace
+
+Box free_place(const wchar_t* window_class, const Placement& wanted) {
+    const std::vector<Screen> screens = all_screens();
+    const Box box = place(wanted, screens);
+    Others others{window_class, {}};
+    EnumWindows(add_other, reinterpret_cast<LPARAM>(&others));
+    const auto holds_it = [&](const Screen& screen) {
+        return box.left >= screen.work.left && box.left < screen.work.right &&
+               box.top >= screen.work.top && box.top < screen.work.bottom;
+    };
+    const auto on = std::find_if(screens.begin(), screens.end(), holds_it);
+    const Screen& screen = on == screens.end() ? screens.front() : *on;
+    constexpr int kStep = 32;
+    return beside(box, others.boxes, screen.work, scaled(kStep, screen.dpi));
+}
 
 std::vector<Screen> all_screens() {
     std::vector<Screen> screens;

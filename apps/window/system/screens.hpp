@@ -18,4 +18,7 @@ Placement default_placement();
 /* Where the window is when neither maximized nor minimized. */
 Placement placement_of(HWND window, int dpi);
 
+/* Where a window of this class opens, beside the others of its class. */
+Box free_place(const wchar_t* window_class, const Placement& wanted);
+
 }  // namespace window

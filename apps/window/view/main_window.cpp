@@ -8,6 +8,7 @@
 
 #include "common/wide_text.hpp"
 #include "model/paths.hpp"
+#include "system/dark_mode.hpp"
 #include "system/files.hpp"
 #include "system/folder_picker.hpp"
 #include "system/locale_text.hpp"
@@ -46,11 +47,13 @@ bool MainWindow::open() {
     RegisterClassExW(&kind);
 
     const Placement placement = settings_.placement.value_or(default_placement());
-    const Box box = place(placement, all_screens());
+    const Box box = free_place(kClass, placement);
     CreateWindowExW(0, kClass, L"System Search", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, box.left,
                     box.top, box.width(), box.height(), nullptr, nullptr, kind.hInstance, this);
     if (!window_) return false;
-    ShowWindow(window_, placement.maximized ? SW_SHOWMAXIMIZED : SW_SHOWNORMAL);
+    const bool is_alone = box == place(placement, all_screens());
+    darken();
+    ShowWindow(window_, placement.maximized && is_alone ? SW_SHOWMAXIMIZED : SW_SHOWNORMAL);
     UpdateWindow(window_);
     SetFocus(bar_->box());
     measurements_.since_start("window");
@@ -86,6 +89,12 @@ void MainWindow::set_dpi(int dpi) {
     list_->set_font(font_, dpi);
     status_->set_font(font_);
     if (outdated) DeleteObject(outdated);
+}
+
+void MainWindow::darken() {
+    const bool is_dark = system_is_dark();
+    darken_title(window_, is_dark);
+    list_->set_dark(is_dark);
 }
 
 void MainWindow::layout() {
@@ -136,12 +145,14 @@ LRESULT MainWindow::handle_message(UINT message, WPARAM wparam, LPARAM lparam) {
             return 0;
         case WM_SETTINGCHANGE:
             numbers_ = user_number_style();
+            darken();
             set_dpi(dpi_);
             layout();
             return 0;
         case WM_SYSCOLORCHANGE:
         case WM_THEMECHANGED:
             list_->colors_changed();
+            darken();
             SendMessageW(status_->handle(), message, 0, 0);
             return DefWindowProcW(window_, message, wparam, lparam);
         case WM_ACTIVATE:
@@ -400,6 +411,7 @@ void MainWindow::show_answer(Found found) {
     if (is_new && trouble_is_old_) trouble_.clear();
     list_->show(std::move(found));
     if (!is_new) return;
+    has_news_ = true;
     UpdateWindow(list_->handle());
     measurements_.list_painted(answer_.searched, answer_.total.matched, answer_.milliseconds);
     if (const auto action = std::exchange(after_answer_, nullptr)) {
@@ -418,6 +430,7 @@ void MainWindow::show_status() {
     if (results.empty() && report.phase == IndexPhase::kFailed) results = index;
     if (results.empty() && has_answer_) results = answer_sentence(answer_, numbers_);
     status_->set_text(StatusBar::kResults, results);
+    if (std::exchange(has_news_, false)) status_->announce();
     status_->set_text(StatusBar::kIndex, index == results ? "" : index);
     status_->set_text(StatusBar::kSkipped, skipped_words(report, numbers_));
 }
@@ -443,6 +456,7 @@ void MainWindow::tell(const std::string& trouble) {
     if (trouble.empty()) return;
     trouble_ = trouble;
     trouble_is_old_ = false;
+    has_news_ = true;
     if (session_) show_status();
 }
 

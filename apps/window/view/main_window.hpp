@@ -63,6 +63,7 @@ private:
 
     void create_parts();
     void set_dpi(int dpi);
+    void darken();
     void layout();
     void on_command(int id, int code);
     LRESULT on_notify(NMHDR& header);
@@ -114,6 +115,7 @@ private:
     Answer answer_;
     bool has_answer_ = false;
     std::string trouble_;            // until the next question is answered
+    bool has_news_ = false;          // the status bar will say something else
     bool trouble_is_old_ = false;    // and there was a question since
     Action after_answer_ = nullptr;  // to be done when the question is answered
     bool beats_ = false;             // the timer is set

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "model/appearance.hpp"
 #include "model/contrast.hpp"
 
 namespace window {
@@ -103,8 +104,14 @@ private:
 
 }  // namespace
 
-CellColors cell_colors(bool is_selected, bool list_has_focus) {
+CellColors cell_colors(bool is_selected, bool list_has_focus, bool is_dark) {
     const bool is_marked = is_selected && list_has_focus;
+    if (is_dark) {
+        const COLORREF background = is_marked     ? dark::kSelected
+                                    : is_selected ? dark::kSelectedElsewhere
+                                                  : dark::kBackground;
+        return {background, dark::kText, is_marked ? dark::kText : dark::kMatch};
+    }
     const int back = is_marked ? COLOR_HIGHLIGHT : is_selected ? COLOR_BTNFACE : COLOR_WINDOW;
     const int front = is_marked     ? COLOR_HIGHLIGHTTEXT
                       : is_selected ? COLOR_BTNTEXT

@@ -16,8 +16,9 @@ struct CellColors {
     COLORREF match;
 };
 
-/* The system's colours for a row; they follow high-contrast themes by themselves. */
-CellColors cell_colors(bool is_selected, bool list_has_focus);
+/* The system's colours for a row, which follow high-contrast themes by themselves; or the dark
+   ones, of which the system tells none. */
+CellColors cell_colors(bool is_selected, bool list_has_focus, bool is_dark);
 
 /* `matched` is counted in UTF-16 units. Uses the font of `dc`; what does not fit is cut with an
    ellipsis. */

@@ -5,8 +5,10 @@
 #include <utility>
 
 #include "common/wide_text.hpp"
+#include "model/appearance.hpp"
 #include "model/paths.hpp"
 #include "model/placement.hpp"
+#include "system/dark_mode.hpp"
 #include "system/locale_text.hpp"
 #include "view/name_cell.hpp"
 
@@ -14,6 +16,16 @@ namespace window {
 namespace {
 
 constexpr const wchar_t* kTitles[kColumnCount] = {L"Name", L"Folder", L"Size", L"Modified"};
+
+// Of a dark list, for the window procedure that sees its columns painted.
+constexpr const wchar_t* kDarkProperty = L"SystemSearchDark";
+
+/* The dark theme of the columns leaves their texts black. */
+LRESULT lighten_column(NMCUSTOMDRAW& draw) {
+    if (draw.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
+    if (draw.dwDrawStage == CDDS_ITEMPREPAINT) SetTextColor(draw.hdc, dark::kText);
+    return CDRF_DODEFAULT;
+}
 
 std::optional<std::uint32_t> as_row(LRESULT index) {
     return index < 0 ? std::nullopt : std::optional(static_cast<std::uint32_t>(index));
@@ -23,6 +35,9 @@ std::optional<std::uint32_t> as_row(LRESULT index) {
 
 ResultList::ResultList(HWND parent, int id, UINT icon_message, Searches::Discard discard)
     : icons_(parent, icon_message), discard_(std::move(discard)) {
+    // Without a label right before it, a list has no name for screen readers.
+    CreateWindowExW(0, WC_STATICW, L"Results", WS_CHILD | WS_VISIBLE, 0, 0, 0, 0, parent, nullptr,
+                    nullptr, nullptr);
     list_ = CreateWindowExW(WS_EX_CLIENTEDGE, WC_LISTVIEWW, L"Results",
                             WS_CHILD | WS_VISIBLE | WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA |
                                 LVS_SHOWSELALWAYS | LVS_SHAREIMAGELISTS,
@@ -47,6 +62,10 @@ ResultList::ResultList(HWND parent, int id, UINT icon_message, Searches::Discard
 LRESULT CALLBACK ResultList::on_list_message(HWND list, UINT message, WPARAM wparam, LPARAM lparam,
                                              UINT_PTR, DWORD_PTR) {
     if (message == WM_NOTIFY) {
+        auto& drawn = *reinterpret_cast<NMCUSTOMDRAW*>(lparam);
+        if (drawn.hdr.code == NM_CUSTOMDRAW && GetPropW(list, kDarkProperty)) {
+            return lighten_column(drawn);
+        }
         const auto& header = *reinterpret_cast<const NMHEADERW*>(lparam);
         if (header.hdr.code == HDN_ITEMDBLCLICKW || header.hdr.code == HDN_ITEMDBLCLICKA) {
             NMLISTVIEW click{};
@@ -284,6 +303,14 @@ void ResultList::show_order() const {
     }
 }
 
+void ResultList::set_dark(bool is_dark) {
+    is_dark_ = is_dark;
+    darken_list(list_, is_dark);
+    SetPropW(list_, kDarkProperty, reinterpret_cast<HANDLE>(static_cast<INT_PTR>(is_dark)));
+    icons_.set_background(is_dark ? std::optional<COLORREF>(dark::kBackground) : std::nullopt);
+    InvalidateRect(list_, nullptr, TRUE);
+}
+
 void ResultList::colors_changed() {
     icons_.colors_changed();
     SendMessageW(list_, WM_SYSCOLORCHANGE, 0, 0);
@@ -345,7 +372,7 @@ LRESULT ResultList::paint(NMLVCUSTOMDRAW& draw) {
         case CDDS_ITEMPREPAINT:
             return CDRF_NOTIFYSUBITEMDRAW;
         case CDDS_SUBITEM | CDDS_ITEMPREPAINT:
-            if (draw.iSubItem != 0) return CDRF_DODEFAULT;
+            if (draw.iSubItem != 0) return is_dark_ ? darken_cell(draw) : CDRF_DODEFAULT;
             paint_first_cell(draw.nmcd.hdc, static_cast<int>(draw.nmcd.dwItemSpec));
             return CDRF_SKIPDEFAULT;
         default:
@@ -353,12 +380,24 @@ LRESULT ResultList::paint(NMLVCUSTOMDRAW& draw) {
     }
 }
 
+/* The system would mark a selected row in the colours of its light theme: it gets a plain row in
+   ours. */
+LRESULT ResultList::darken_cell(NMLVCUSTOMDRAW& draw) const {
+    const int index = static_cast<int>(draw.nmcd.dwItemSpec);
+    const bool is_selected = ListView_GetItemState(list_, index, LVIS_SELECTED) != 0;
+    const CellColors colors = cell_colors(is_selected, has_focus_, is_dark_);
+    draw.nmcd.uItemState &= ~static_cast<UINT>(CDIS_SELECTED);
+    draw.clrText = colors.text;
+    draw.clrTextBk = colors.background;
+    return CDRF_NEWFONT;
+}
+
 void ResultList::paint_first_cell(HDC dc, int index) {
     const ss::Result result = row(static_cast<std::size_t>(index));
     const std::string_view name = name_of(result.path);
     const bool is_held = !result.path.empty();
     const bool is_selected = ListView_GetItemState(list_, index, LVIS_SELECTED) != 0;
-    const CellColors colors = cell_colors(is_selected, has_focus_);
+    const CellColors colors = cell_colors(is_selected, has_focus_, is_dark_);
 
     RECT icon{};
     RECT cell{};

@@ -61,6 +61,8 @@ public:
     /* Answers what the list tells its parent; nothing when that is for the parent. */
     std::optional<LRESULT> on_notify(NMHDR& header);
     void colors_changed();
+    /* Dark or light, as the user has set it. */
+    void set_dark(bool is_dark);
 
 private:
     static LRESULT CALLBACK on_list_message(HWND list, UINT message, WPARAM wparam, LPARAM lparam,
@@ -86,6 +88,7 @@ private:
     void show_order() const;
     void fill(NMLVDISPINFOW& wanted);
     LRESULT paint(NMLVCUSTOMDRAW& draw);
+    LRESULT darken_cell(NMLVCUSTOMDRAW& draw) const;
     void paint_first_cell(HDC dc, int index);
 
     HWND list_ = nullptr;
@@ -102,6 +105,7 @@ private:
     std::uint32_t count_ = 0;
     HIMAGELIST spacer_ = nullptr;  // makes room for icons; they are painted here
     int icon_size_ = 16;
+    bool is_dark_ = false;
     bool has_focus_ = false;  // asked once for all rows that are painted
     std::wstring cell_text_;  // of the cell that was asked for last
 };

@@ -30,6 +30,12 @@ void StatusBar::set_text(Part part, const std::string& text) {
     if (part != kResults && width_of(texts_[part]) != width_before) divide();
 }
 
+void StatusBar::announce() const {
+    constexpr LONG kChild = 1 + kResults;
+    NotifyWinEvent(EVENT_OBJECT_NAMECHANGE, bar_, OBJID_CLIENT, kChild);
+    NotifyWinEvent(EVENT_OBJECT_LIVEREGIONCHANGED, bar_, OBJID_CLIENT, kChild);
+}
+
 void StatusBar::set_font(HFONT font) {
     SendMessageW(bar_, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
     divide();

@@ -19,6 +19,8 @@ public:
 
     void set_text(Part part, const std::string& text);
     void set_font(HFONT font);
+    /* Tells screen readers that the results' sentence is another one. */
+    void announce() const;
     /* Divides the bar anew: after its width or font has changed. */
     void divide();
 

@@ -191,6 +191,12 @@ int WatchedProgram::column_width(int column) const {
         send(control(kList), LVM_GETCOLUMNWIDTH, static_cast<WPARAM>(column), 0));
 }
 
+std::string WatchedProgram::list_colors() const {
+    HWND const list = control(kList);
+    return std::to_string(send(list, LVM_GETBKCOLOR, 0, 0)) + ' ' +
+           std::to_string(send(list, LVM_GETTEXTCOLOR, 0, 0));
+}
+
 bool WatchedProgram::checked(int control_number) const {
     return send(control(control_number), BM_GETCHECK, 0, 0) == BST_CHECKED;
 }

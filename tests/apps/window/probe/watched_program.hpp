@@ -38,6 +38,8 @@ public:
     int column_width(int column) const;
     /// "up", "down" or "none": how the rows are sorted by a column.
     std::wstring arrow(int column) const;
+    /// Of the list: its background and its text, as numbers.
+    std::string list_colors() const;
     bool checked(int control_number) const;
     std::wstring choice(int control_number) const;
     std::vector<std::wstring> choices(int control_number) const;

@@ -32,6 +32,7 @@
 #include <string_view>
 #include <vector>
 
+#include "announcements.hpp"
 #include "drop_target.hpp"
 #include "process_objects.hpp"
 #include "watched_program.hpp"
@@ -181,6 +182,11 @@ public:
         if (verb == "dropped") return narrow_all(dropped_files());
         if (verb == "windows") return windows();
         if (verb == "clipboard") return clipboard();
+        if (verb == "listen") {
+            listen_to_announcements();
+            return {};
+        }
+        if (verb == "announced") return {std::to_string(heard_announcements())};
         if (verb == "clipboard_files") return clipboard_files();
         if (verb == "opened") return opened(rest(words));
         if (verb == "hold_clipboard") {
@@ -266,6 +272,7 @@ private:
         if (verb == "place_of_row") return {as_text(watched.place_of_row(number()))};
         if (verb == "place_of_column") return {as_text(watched.place_of_column(number()))};
         if (verb == "box") return narrow_all(watched.box());
+        if (verb == "colors") return {watched.list_colors()};
         if (verb == "arrow") return {narrow(watched.arrow(number()))};
         if (verb == "spoken") return {narrow(watched.spoken_name(number()))};
         if (verb == "x_window") return {std::to_string(watched.number_on_screen())};
