@@ -87,7 +87,7 @@ check "a held Enter opens nothing more" "$papers\\\\beta.sstest" opened "$(windo
 rm -f "$record"
 
 # Many windows at once are asked for.
-search_for ssmany
+search_for '?ame.ssmany'  # only its last letter finds anything
 check "a name in eleven folders is found" '11 of .*' status 0
 click place_of_row 0
 keys ctrl+a
