@@ -156,11 +156,13 @@ Phrasing phrase(const Question& question) {
     } else if (holds_any(question.text, "*?")) {
         phrasing.words = {bare(question.text)};
     } else {
-        phrasing.words = split(question.text);
+        for (std::string& word : split(question.text)) {
+            const auto at = std::upper_bound(
+                phrasing.words.begin(), phrasing.words.end(), word,
+                [](const std::string& a, const std::string& b) { return a.size() > b.size(); });
+            phrasing.words.insert(at, std::move(word));
+        }
         if (phrasing.words.empty()) phrasing.words = {""};
-        std::stable_sort(
-            phrasing.words.begin(), phrasing.words.end(),
-            [](const std::string& a, const std::string& b) { return a.size() > b.size(); });
     }
     Words asked = phrasing.words;
     if (asked.size() > Phrasing::kMaxAsked) asked.resize(Phrasing::kMaxAsked);
