@@ -126,13 +126,14 @@ void print_row(std::uint32_t areas) {
 
     Engine& engine = *reinterpret_cast<Engine*>(handle);
     const auto index = current_index(engine);
-    require(entry_count(*index) == entries, "entries of the walk");
+    require(take_snapshot(*index).entry_count == entries, "entries of the walk");
     double kept = 0;
     double estimate = 0;
     for (const auto& shard : take_snapshot(*index).shards) {
         kept += static_cast<double>(shard->memory_bytes());
         for (std::uint32_t i = 0; i < shard->size(); ++i) {
-            estimate += static_cast<double>(memory_estimate(shard->path_bytes(i)));
+            estimate += static_cast<double>(
+                memory_estimate(shard->run_of(i).bytes + shard->folded_name(i).size()));
         }
     }
     const double nowhere = query_time(handle, "no such text", 0, 0);
@@ -147,7 +148,7 @@ void print_row(std::uint32_t areas) {
     start = std::chrono::steady_clock::now();
     require(load_index_cache(engine, kScope, kCache), "load");
     const double load = milliseconds_since(start);
-    require(entry_count(*current_index(engine)) == entries, "entries of the load");
+    require(take_snapshot(*current_index(engine)).entry_count == entries, "entries of the load");
 
     std::printf("| %" PRIu32
                 " | %.0f | %.0f | %.0f | %.2f | %.0f | %.0f%s | %.0f | %.0f | %.1f | %.1f | %.1f | "

@@ -59,7 +59,7 @@ Cost walk_once(std::uint32_t readers, std::uint64_t entries) {
     const auto begin = std::chrono::steady_clock::now();
     walk(engine, index, {u"C:\\Users\\ann"}, options);
     const std::chrono::duration<double, std::milli> wall = std::chrono::steady_clock::now() - begin;
-    if (entry_count(index) != entries || engine.skipped != 0) {
+    if (take_snapshot(index).entry_count != entries || engine.skipped != 0) {
         std::fprintf(stderr, "%u readers: wrong entries\n", readers);
         std::exit(1);
     }

@@ -120,7 +120,8 @@ int run() {
             for (const auto& shard : snapshot.shards) {
                 kept += shard->memory_bytes();
                 for (std::uint32_t i = 0; i < shard->size(); ++i) {
-                    estimate += memory_estimate(shard->path_bytes(i));
+                    estimate +=
+                        memory_estimate(shard->run_of(i).bytes + shard->folded_name(i).size());
                 }
             }
         }

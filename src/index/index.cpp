@@ -19,9 +19,4 @@ Snapshot take_snapshot(const Index& index) {
     return {index.shards, index.entry_count, index.complete};
 }
 
-std::uint32_t entry_count(const Index& index) noexcept {
-    platform::MutexLock lock(index.mutex);
-    return index.entry_count;
-}
-
 }  // namespace system_search

@@ -39,6 +39,5 @@ struct Snapshot {
 void publish_shard(Index& index, Batch& batch);
 
 Snapshot take_snapshot(const Index& index);
-std::uint32_t entry_count(const Index& index) noexcept;
 
 }  // namespace system_search

@@ -81,9 +81,6 @@ public:
     // room for kTextPadding bytes more.
     void restore(std::string_view folded, char* out) const;
 
-    std::size_t path_bytes(std::uint32_t entry) const {
-        return run_of(entry).bytes + folded_name(entry).size();
-    }
     Entry entry(std::uint32_t number) const;
 
     // The order of what was stored for two texts that fold alike: below, above or 0.

@@ -182,7 +182,6 @@ public:
     Error write(const void* buffer, std::size_t bytes) noexcept;
     // Returns when everything written so far is on the disk, as far as the disk knows how.
     Error flush() noexcept;
-    Error size(std::uint64_t& bytes) noexcept;
     Error close() noexcept;
 
 private:

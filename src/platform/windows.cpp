@@ -270,13 +270,6 @@ Error File::flush() noexcept {
     return is_unknown ? kSuccess : error;
 }
 
-Error File::size(std::uint64_t& bytes) noexcept {
-    LARGE_INTEGER size;
-    if (!GetFileSizeEx(handle_, &size)) return last_error();
-    bytes = static_cast<std::uint64_t>(size.QuadPart);
-    return kSuccess;
-}
-
 Error File::close() noexcept {
     if (handle_ == nullptr) return kSuccess;
     void* const handle = handle_;

@@ -160,14 +160,6 @@ Error File::flush() noexcept {
     return enter_call(kFlushFile);
 }
 
-Error File::size(std::uint64_t& bytes) noexcept {
-    const Quiet quiet;
-    if (const Error planned = enter_call(kFileSize)) return planned;
-    const std::lock_guard lock(volume().mutex);
-    bytes = static_cast<OpenFile*>(handle_)->contents->size();
-    return kSuccess;
-}
-
 Error File::close() noexcept {
     if (handle_ == nullptr) return kSuccess;
     const Quiet quiet;

@@ -123,7 +123,7 @@ TEST_F(BuildTest, walk_fills_an_index_of_its_own) {
     EXPECT_EQ(current_index(engine()), index) << "installed before the scope was resolved";
     during.release();
     EXPECT_EQ(finish(), kWalked);
-    EXPECT_EQ(entry_count(*index), 3u);
+    EXPECT_EQ(take_snapshot(*index).entry_count, 3u);
 }
 
 // ---- Cancelling ---------------------------------------------------------------------------------

@@ -20,7 +20,7 @@ protected:
     }
     void expect_nothing_changed() {
         EXPECT_EQ(current_index(engine), before);
-        EXPECT_EQ(entry_count(*before), 0u);
+        EXPECT_EQ(take_snapshot(*before).entry_count, 0u);
         EXPECT_FALSE(before->complete);
         EXPECT_EQ(engine.skipped, 5u);
         EXPECT_EQ(engine.limited, 6u);
@@ -126,7 +126,7 @@ TEST_F(IndexCacheLoad, a_good_file_cut_anywhere_or_with_any_bit_turned_is_all_or
             changed[at] = static_cast<char>(changed[at] ^ (1 << bit));
             write(changed);
             if (!load()) continue;
-            EXPECT_EQ(entry_count(*current_index(engine)), 2u);
+            EXPECT_EQ(take_snapshot(*current_index(engine)).entry_count, 2u);
             replace_index(engine, before);
             engine.skipped = 5;
             engine.limited = 6;
@@ -184,7 +184,7 @@ TEST_F(IndexCacheLoad, becomes_visible_in_its_fixed_order) {
                 EXPECT_TRUE(!limited || skipped);
                 EXPECT_TRUE(!skipped || seen != before);
                 if (seen != before) {
-                    EXPECT_EQ(entry_count(*seen), 1500u);
+                    EXPECT_EQ(take_snapshot(*seen).entry_count, 1500u);
                     EXPECT_TRUE(seen->complete);
                 }
             }

@@ -126,7 +126,7 @@ TEST_F(EngineMoments, counters_of_a_load_are_stored_after_the_index_was_replaced
     std::uint32_t seen_counters = 9;
     // The old index is released right after the replacement, outside of the lock.
     replace_index(loading, std::shared_ptr<Index>(new Index, [&](Index* old) {
-                      seen_entries = entry_count(*current_index(loading));
+                      seen_entries = take_snapshot(*current_index(loading)).entry_count;
                       seen_counters = loading.skipped + loading.limited + loading.from_cache;
                       delete old;
                   }));

@@ -67,7 +67,7 @@ TEST_F(ReadAheadTest, a_call_that_fails_whichever_it_is_is_counted_or_costs_a_re
         }
     }
     PlainWalk plain({u"C:\\root"});
-    const std::uint32_t entries = entry_count(plain.index);
+    const std::uint32_t entries = take_snapshot(plain.index).entry_count;
     for (const ReadAheadOptions& options : {with_readers(kMostReaders), in_tiny_pieces(2)}) {
         for (const std::uint64_t times : {std::uint64_t{1}, kForGood}) {
             std::uint64_t nth = 1;
@@ -82,14 +82,14 @@ TEST_F(ReadAheadTest, a_call_that_fails_whichever_it_is_is_counted_or_costs_a_re
                 engine.readers.join();
                 ASSERT_EQ(open_handles(), OpenHandles{}) << nth;
                 // A folder that cannot be asked or opened, or a read that fails, counts once each.
-                if (entry_count(index) < entries) {
+                if (take_snapshot(index).entry_count < entries) {
                     ASSERT_GE(engine.skipped, 1u) << nth;
                 }
                 if (times == 1) {
                     ASSERT_LE(engine.skipped, 1u) << nth;
                 }
                 if (!met) {
-                    ASSERT_EQ(entry_count(index), entries);
+                    ASSERT_EQ(take_snapshot(index).entry_count, entries);
                 }
             }
             EXPECT_GT(nth, 20u);
@@ -125,7 +125,7 @@ TEST_F(ReadAheadTest, cancel_ends_a_walk_that_waits_for_a_blocked_reader) {
         gate.release();
         build.join();
         EXPECT_EQ(late, 1u) << "a child was read after the request";
-        EXPECT_EQ(entry_count(index), 0u);
+        EXPECT_EQ(take_snapshot(index).entry_count, 0u);
         EXPECT_EQ(engine.skipped, 0u);
         engine.readers.join();
         EXPECT_EQ(open_handles(), OpenHandles{});
@@ -154,7 +154,7 @@ TEST_F(ReadAheadTest, cancel_at_any_call_ends_the_walk_and_counts_nothing_as_ski
             engine.readers.join();
             ASSERT_EQ(open_handles(), OpenHandles{}) << nth;
             if (!met) {
-                EXPECT_EQ(entry_count(index), 12u * 7u);
+                EXPECT_EQ(take_snapshot(index).entry_count, 12u * 7u);
                 break;
             }
         }

@@ -144,7 +144,7 @@ TEST_F(ReadAheadTest, stops_at_a_limit_with_readers_as_without) {
     Engine engine;
     Index index;
     walk(engine, index, {u"C:\\", u"D:\\"}, with_readers(kMostReaders));
-    EXPECT_EQ(entry_count(index), entries);
+    EXPECT_EQ(take_snapshot(index).entry_count, entries);
     EXPECT_EQ(engine.limited, 1u);
     EXPECT_EQ(engine.skipped, 0u) << "the second root was tried";
 }
@@ -165,7 +165,7 @@ protected:
         Engine engine;
         Index index;
         walk(engine, index, {u"C:\\big"});
-        EXPECT_EQ(entry_count(index), folders + files * (folders + 1));
+        EXPECT_EQ(take_snapshot(index).entry_count, folders + files * (folders + 1));
         return platform_calls(kStartThread);
     }
 };
@@ -200,7 +200,7 @@ TEST_F(ReadersAsNeededTest, none_for_a_chain_that_leaves_nothing_to_read_ahead) 
     Engine engine;
     Index index;
     walk(engine, index, {u"C:\\big"});
-    EXPECT_EQ(entry_count(index), 300u);
+    EXPECT_EQ(take_snapshot(index).entry_count, 300u);
     EXPECT_EQ(platform_calls(kStartThread), 0u);
 }
 

@@ -64,7 +64,7 @@ TEST_F(CacheReader, a_file_cut_at_any_byte_is_refused_for_the_right_reason) {
     std::string whole;
     for (const auto& field : kFields) whole += field.second;
     ASSERT_EQ(read(whole), kComplete);
-    ASSERT_EQ(entry_count(*cached.index), 2u);
+    ASSERT_EQ(take_snapshot(*cached.index).entry_count, 2u);
 
     std::size_t begin = 0;
     for (const auto& [failure, field] : kFields) {

@@ -17,7 +17,7 @@ using enum CacheReadResult;
 TEST_F(CacheReader, reads_an_empty_index_of_36_bytes) {
     const std::string_view bytes("\x10\0\0\0system-search-v1\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 36);
     ASSERT_EQ(read(bytes, ""), kComplete);
-    EXPECT_EQ(entry_count(*cached.index), 0u);
+    EXPECT_EQ(take_snapshot(*cached.index).entry_count, 0u);
     EXPECT_TRUE(shard_sizes(*cached.index).empty());
     EXPECT_TRUE(cached.index->complete);
     EXPECT_EQ(cached.skipped, 0u);
@@ -70,7 +70,7 @@ TEST_F(CacheReader, builds_shards_of_1024) {
         ASSERT_EQ(read(cache_bytes("C:/", entries)), kComplete);
         EXPECT_EQ(shard_sizes(*cached.index), sizes);
         EXPECT_EQ(entries_of(*cached.index), entries);
-        EXPECT_EQ(entry_count(*cached.index), count);
+        EXPECT_EQ(take_snapshot(*cached.index).entry_count, count);
     }
 }
 
@@ -203,7 +203,7 @@ TEST_F(CacheReader, five_million_records_are_taken) {
     bytes.reserve(bytes.size() + record.size() * 5'000'000);
     for (int i = 0; i < 5'000'000; ++i) bytes += record;
     ASSERT_EQ(read(bytes), kComplete);
-    EXPECT_EQ(entry_count(*cached.index), 5'000'000u);
+    EXPECT_EQ(take_snapshot(*cached.index).entry_count, 5'000'000u);
     EXPECT_EQ(shard_sizes(*cached.index).size(), 4883u);
 }
 
@@ -220,7 +220,7 @@ TEST_F(CacheReader, the_estimate_may_reach_1073741824_but_not_pass_it) {
 
     bytes += CacheBytes().record("C:/" + std::string(rest - 3, 'y')).str();
     ASSERT_EQ(read(bytes), kComplete);
-    EXPECT_EQ(entry_count(*cached.index), kLongest + 1);
+    EXPECT_EQ(take_snapshot(*cached.index).entry_count, kLongest + 1);
 
     bytes.resize(full);
     bytes += CacheBytes().record("C:/" + std::string(rest - 2, 'y')).str();
