@@ -20,7 +20,6 @@ struct Answer {
     bool sorted = false;    // by a column, not as the library orders
     bool all_cases = true;  // each letter was asked in both its cases
     // What may help when nothing was found. Initialised so that gcc lets a list leave it out.
-    // What may help when nothing was found. The braces let who names no hint leave it out.
     std::string empty_hint{};  // NOLINT(readability-redundant-member-init)
 };
 
