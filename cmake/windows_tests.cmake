@@ -71,17 +71,18 @@ target_link_libraries(run_one PRIVATE warnings)
 target_compile_definitions(run_one PRIVATE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX)
 target_link_options(run_one PRIVATE -static -municode)
 
-# The console program's dealings with Ctrl+C; interrupt_test.sh runs it.
+# The console program's dealings with Ctrl+C, each rule in a process of its own: interrupt_test.sh runs
+# it, and the kit, which runs every NAME_test in one process, leaves it out.
 set(console_folder ${PROJECT_SOURCE_DIR}/apps/console)
-add_executable(interrupt_test
-  ${PROJECT_SOURCE_DIR}/tests/apps/console/system/interrupt_test.cpp
+add_executable(interrupt_rules
+  ${PROJECT_SOURCE_DIR}/tests/apps/console/system/interrupt_rules.cpp
   ${console_folder}/interrupt.cpp ${console_folder}/line_input.cpp ${console_folder}/model/utf8.cpp
   ${PROJECT_SOURCE_DIR}/apps/common/wide_text.cpp)
-target_include_directories(interrupt_test PRIVATE
+target_include_directories(interrupt_rules PRIVATE
   ${console_folder} ${PROJECT_SOURCE_DIR}/apps ${PROJECT_SOURCE_DIR}/tests)
-target_compile_definitions(interrupt_test PRIVATE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX)
-target_link_libraries(interrupt_test PRIVATE system_search warnings gtest_main)
-target_link_options(interrupt_test PRIVATE -static)
+target_compile_definitions(interrupt_rules PRIVATE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX)
+target_link_libraries(interrupt_rules PRIVATE system_search warnings gtest_main)
+target_link_options(interrupt_rules PRIVATE -static)
 
 foreach(script IN LISTS script_files)
   cmake_path(GET script STEM name)

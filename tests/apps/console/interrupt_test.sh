@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# The rules of system/interrupt_test.cpp, each in a process of its own.
+# The rules of system/interrupt_rules.cpp, each in a process of its own.
 set -euo pipefail
 
-program=$SS_BIN/interrupt_test.exe
+program=$SS_BIN/interrupt_rules.exe
 failures=0
 rules=0
 while read -r rule; do
