@@ -61,7 +61,7 @@ std::string objection_to(std::string_view component) {
 std::string objection_to_path(std::string_view path) {
     for (std::size_t start = 0; start < path.size();) {
         const std::size_t end = std::min(path.find('/', start), path.size());
-        const std::string objection = objection_to(path.substr(start, end - start));
+        std::string objection = objection_to(path.substr(start, end - start));
         if (!objection.empty()) return objection;
         start = end + 1;
     }
@@ -74,7 +74,7 @@ std::string objection_to_path(std::string_view path) {
 }  // namespace
 
 std::string exact_path(std::string_view path) {
-    const std::string native = native_path(path);
+    std::string native = native_path(path);
     if (native.starts_with("\\\\?\\")) return native;
     if (native.starts_with("\\\\")) return "\\\\?\\UNC" + native.substr(1);
     return "\\\\?\\" + native;
