@@ -35,7 +35,8 @@ bool Measurements::open(const std::string& path) {
 }
 
 void Measurements::write(const std::string& line) {
-    if (file_.is_open()) file_ << line << std::endl;  // others read it while the program runs
+    // Flushed, because others read it while the program runs.
+    if (file_.is_open()) file_ << line << '\n' << std::flush;
 }
 
 void Measurements::since_start(const char* what) {
