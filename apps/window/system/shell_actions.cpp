@@ -43,7 +43,7 @@ std::string not_opened(DWORD error, std::string_view name) {
 
 /* Why nothing can be done with it; "" when something can. */
 std::string objection(const std::string& path) {
-    const std::string refusal = shell_refusal(path);
+    std::string refusal = shell_refusal(path);
     if (!refusal.empty()) return refusal;
     return has_vanished(path) ? vanished_sentence(std::string(name_of(path))) : "";
 }
@@ -97,7 +97,7 @@ bool select_in_folder(const std::string& folder, const std::vector<std::string>&
 }  // namespace
 
 std::string open_result(const std::string& path) {
-    const std::string reason = objection(path);
+    std::string reason = objection(path);
     if (!reason.empty()) return reason;
     // By its place in the shell, not by its path: for the folder "tool" beside "tool.exe" a path
     // would start the program.
@@ -117,7 +117,7 @@ std::string show_in_folder(const std::vector<std::string>& paths) {
     std::map<std::string, std::vector<std::string>> by_folder;
     std::string trouble;
     for (const std::string& path : paths) {
-        const std::string reason = objection(path);
+        std::string reason = objection(path);
         if (!reason.empty()) {
             trouble = reason;
         } else {
@@ -137,7 +137,7 @@ std::string show_in_folder(const std::vector<std::string>& paths) {
 }
 
 std::string show_properties(const std::string& path) {
-    const std::string reason = objection(path);
+    std::string reason = objection(path);
     if (!reason.empty()) return reason;
     const Owned<IContextMenu> menu = context_menu(app::native_wide(path));
     HMENU commands = CreatePopupMenu();  // the shell wants to fill one before it takes a command

@@ -385,9 +385,9 @@ void MainWindow::set_pace(bool needs_beats) {
     if (searches_.is_running() != is_fine_) {
         is_fine_ = searches_.is_running();
         if (is_fine_) {
-            timeBeginPeriod(1);
+            static_cast<void>(timeBeginPeriod(1));  // a coarser wait is no error
         } else {
-            timeEndPeriod(1);
+            static_cast<void>(timeEndPeriod(1));
         }
     }
 }
