@@ -75,11 +75,11 @@ BOOL WINAPI delete_slowly(const wchar_t* path) {
     return FALSE;
 }
 DWORD WINAPI wait_while_it_removes(HANDLE handle, DWORD milliseconds) {
-    if (GetCurrentThreadId() != joining_thread || !is_removing) {
-        return WaitForSingleObject(handle, milliseconds);
+    if (GetCurrentThreadId() != joining_thread) return WaitForSingleObject(handle, milliseconds);
+    if (milliseconds < kRemovalMilliseconds) {
+        return WaitForSingleObject(handle, is_removing ? 0 : milliseconds);
     }
-    if (milliseconds < kRemovalMilliseconds) return WaitForSingleObject(handle, 0);
-    SetEvent(left_alone);
+    SetEvent(left_alone);  // also for a removal that begins only now
     return WaitForSingleObject(handle, kGenerous);
 }
 // So that no attempt is the last, however slow the machine is.
