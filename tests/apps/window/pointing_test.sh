@@ -86,21 +86,6 @@ keys Down Return
 check "a held Enter opens nothing more" "$papers\\\\beta.sstest" opened "$(windows_path "$record")"
 rm -f "$record"
 
-# Many windows at once are asked for.
-search_for '?ame.ssmany'  # only its last letter finds anything
-check "a name in eleven folders is found" '11 of .*' status 0
-click place_of_row 0
-keys ctrl+a
-check "all are selected" '0 1 2 .*10' selected
-keys ctrl+Return
-check "showing eleven folders asks" '(.|\n)*Open all 11 folders at once\?(.|\n)*' box
-answer_box Escape
-check "the question goes away" '' box
-keys Return
-check "opening eleven items asks" '(.|\n)*Open all 11 items at once\?(.|\n)*' box
-answer_box Escape
-check "that question goes away, too" '' box
-come_forward a
 
 # Names that the system's programs would take for others.
 touch "$tree/papers/twin.sstest" "$tree/papers/twin.sstest." "$tree/papers/trailing blank "
