@@ -86,7 +86,6 @@ keys Down Return
 check "a held Enter opens nothing more" "$papers\\\\beta.sstest" opened "$(windows_path "$record")"
 rm -f "$record"
 
-
 # Names that the system's programs would take for others.
 touch "$tree/papers/twin.sstest" "$tree/papers/twin.sstest." "$tree/papers/trailing blank "
 deep=$tree/$(printf 'd%.0s' {1..200})/$(printf 'e%.0s' {1..100})
